@@ -1,0 +1,1 @@
+#include "Tessarine/Configuration.h"

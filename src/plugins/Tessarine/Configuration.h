@@ -1,0 +1,6 @@
+#ifndef TESSARINE_CONFIGURATION_H
+#define TESSARINE_CONFIGURATION_H
+
+#include "Tessarine/Constants.h"
+
+#endif

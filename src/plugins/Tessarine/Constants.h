@@ -1,0 +1,39 @@
+#ifndef TESSARINE_CONSTANTS_H
+#define TESSARINE_CONSTANTS_H
+
+#include <cstdint>
+
+// Everything the shared object exports carries this mark; the library is built with hidden
+// visibility, so whatever lacks it stays inside. Users see the same mark, which keeps the
+// vtables and type information of the exported classes shared with plug-ins that are built
+// with hidden visibility themselves.
+#define TESSARINE_API __attribute__((visibility("default")))
+
+/// @file
+/// Result codes and the constants exported for plug-in hosts.
+
+/// Success.
+constexpr int32_t PLUGIN_OK = 0;
+/// The slot array of a StringVector could not grow.
+constexpr int32_t PLUGIN_ERROR_OUT_OF_MEMORY = -100;
+/// A required pointer was null.
+constexpr int32_t PLUGIN_ERROR_INVALID_ARGUMENT = -101;
+/// An index at or above the count.
+constexpr int32_t PLUGIN_ERROR_INDEX_OUT_OF_RANGE = -110;
+/// The pool found the instance already entered, or its entry not leased.
+constexpr int32_t PLUGIN_ERROR_EXPRESSION_STATE = -10001;
+/// The pool has no such entry, or is empty.
+constexpr int32_t PLUGIN_ERROR_EXPRESSION_NOT_FOUND = -10002;
+/// Configuration::getProperty found no entry for the key.
+constexpr int32_t PLUGIN_ERROR_PROPERTY_NOT_FOUND = -10100;
+
+/// Text of a true result: "true".
+extern TESSARINE_API wchar_t const* PLUGIN_RESULT_TRUE;
+/// Text of a false result: "false".
+extern TESSARINE_API wchar_t const* PLUGIN_RESULT_FALSE;
+/// File name extension of a plug-in, with its leading dot: ".so".
+extern TESSARINE_API wchar_t const* PLUGIN_EXTENSION;
+/// Separator of the components of a path: '/'.
+extern TESSARINE_API wchar_t PLUGIN_PATH_SEPARATOR;
+
+#endif

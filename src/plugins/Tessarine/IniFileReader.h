@@ -1,0 +1,6 @@
+#ifndef TESSARINE_INIFILEREADER_H
+#define TESSARINE_INIFILEREADER_H
+
+#include "Tessarine/Constants.h"
+
+#endif

@@ -1,0 +1,1 @@
+#include "Tessarine/String.h"

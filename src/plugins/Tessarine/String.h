@@ -1,0 +1,97 @@
+#ifndef TESSARINE_STRING_H
+#define TESSARINE_STRING_H
+
+#include "Tessarine/Constants.h"
+
+namespace Tessarine {
+
+/// The library's wide text value: a null-terminated wchar_t text in one heap buffer that the
+/// object owns.
+///
+/// Sizes are kept in bytes, never in characters: a text of n characters takes n * 4 + 4 bytes,
+/// a String built without text holds 8 bytes and assignment of nothing asks for 4. The capacity
+/// (`m_Size`) only rises during the object's life, so a String that once held a long text keeps
+/// its buffer. Copies never share a buffer. The length is not stored: `length()` and every
+/// append measure the text again, so building a long text by many appends is quadratic.
+///
+/// Multibyte text enters through the `char` forms of the constructor, of assignment and of `+=`
+/// and leaves through getMultibyteString(); conversions, white-space tests and case mapping
+/// follow the process's current LC_CTYPE, collate() its LC_COLLATE. Text that does not convert
+/// counts as empty text, and a null pointer acts as empty text everywhere except in Compare()
+/// and collate(), which say what they do with it.
+///
+/// Exhausted memory throws std::bad_alloc and leaves the String as it was.
+class TESSARINE_API String {
+public:
+    String();
+    /// Holds the one character; a zero character gives the empty text.
+    String(wchar_t i_Character);
+    String(wchar_t const* i_Text);
+    /// Converts through mbstowcs; a null or unconvertible text gives the empty text.
+    String(char const* i_Text);
+    /// Copies the source's whole buffer, so the copy has the source's capacity.
+    String(String const& i_Other);
+    virtual ~String();
+
+    String& operator=(String const& i_Other);
+    String& operator=(wchar_t const* i_Text);
+    String& operator=(char const* i_Text);
+
+    /// A new String of both texts; neither operand changes.
+    String operator+(String const& i_Other);
+    String& operator+=(String const& i_Other);
+    String& operator+=(wchar_t const* i_Text);
+    String& operator+=(wchar_t i_Character);
+    String& operator+=(char i_Character);
+
+    bool operator==(String const& i_Other) const;
+    bool operator==(wchar_t const* i_Text) const;
+    bool operator!=(String const& i_Other) const;
+    bool operator!=(wchar_t const* i_Text) const;
+    bool operator<(String const& i_Other) const;
+    bool operator<(wchar_t const* i_Text) const;
+    bool operator<=(String const& i_Other) const;
+    bool operator<=(wchar_t const* i_Text) const;
+    bool operator>(String const& i_Other) const;
+    bool operator>(wchar_t const* i_Text) const;
+    bool operator>=(String const& i_Other) const;
+    bool operator>=(wchar_t const* i_Text) const;
+
+    /// Orders by character value (wcscmp). A null argument gives -1, whatever the text.
+    int Compare(wchar_t const* i_Text) const;
+
+    /// The number of characters before the terminator.
+    unsigned int length() const;
+    /// The buffer itself: valid until the String grows or dies, never null for a live String.
+    operator wchar_t const*() const;
+
+    /// Removes leading and trailing white space (iswspace) in place.
+    String& trim();
+    String& toLowerCase();
+    String& toUpperCase();
+    /// Overwrites every occurrence of the first character with the second, in place.
+    String& replace(wchar_t i_From, wchar_t i_To);
+
+    /// Parses a base-10 number with wcstol. With `i_WholeText` nothing may follow the digits.
+    /// `o_Value` is written only when true is returned; overflow clamps and still succeeds.
+    bool toLong(long& o_Value, bool i_WholeText);
+
+    /// A new multibyte text in LC_CTYPE, never null; the caller releases it with free().
+    /// Null and unconvertible text both give an empty text.
+    static char* getMultibyteString(wchar_t const* i_Text);
+    /// Orders by the locale (strcoll of the multibyte forms). A null left side gives 0 against
+    /// null and -1 against anything else; a null right side counts as the empty text.
+    static int collate(wchar_t const* i_Left, wchar_t const* i_Right);
+    static int collate(String const& i_Left, String const& i_Right);
+
+private:
+    void Create(unsigned int i_Size);
+    void Realloc(unsigned int i_Size);
+
+    wchar_t* m_Buffer;
+    unsigned int m_Size;
+};
+
+} // namespace Tessarine
+
+#endif

@@ -1,0 +1,1 @@
+#include "Tessarine/StringVector.h"

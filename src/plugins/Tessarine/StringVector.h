@@ -1,0 +1,56 @@
+#ifndef TESSARINE_STRINGVECTOR_H
+#define TESSARINE_STRINGVECTOR_H
+
+#include "Tessarine/Constants.h"
+#include "Tessarine/String.h"
+
+namespace Tessarine {
+
+/// A growable array of owned String objects, held by pointer so that a String never moves
+/// when the array grows or is sorted.
+///
+/// The slot array grows to the next power of two (1, 2, 4, 8, ...). Emptying with removeAll()
+/// keeps every String for reuse: the next addString() assigns into the String already in the
+/// slot, so refilling a vector allocates nothing once it is large enough. reset() destroys
+/// everything. Indexes must not be negative; only an index at or above length() is caught.
+class TESSARINE_API StringVector {
+public:
+    StringVector();
+    /// Copies only the live strings: the copy's capacity follows from the source's count.
+    StringVector(StringVector const& i_Other);
+    ~StringVector();
+
+    /// Refills this vector with copies of the other's live strings, reusing its own Strings.
+    StringVector& operator=(StringVector const& i_Other);
+
+    /// Adds a copy of the text at the end; a null text adds an empty String.
+    /// PLUGIN_ERROR_OUT_OF_MEMORY when the slot array cannot grow (nothing changes then).
+    int addString(wchar_t const* i_Text);
+    int addString(String const& i_Text);
+    /// Destroys one String and closes the gap; spare Strings move down with the rest.
+    int removeString(int i_Index);
+    /// Sets the count to 0 and keeps every String for reuse.
+    void removeAll();
+    /// Destroys every String, live or spare, and frees the slot array.
+    void reset();
+    /// Sorts the live strings in the order of String::collate, descending when asked.
+    /// Not stable: strings that collate as equal may change places.
+    void sort(bool i_Descending);
+
+    /// The String at the index, or a shared marker with the text "!!OUT OF BOUNDS!!" for an
+    /// index at or above length(). The marker is built at the first call of the process.
+    String const& operator[](int i_Index) const;
+
+    /// Makes room for at least that many slots (the next power of two).
+    int resizeBuffer(int i_Wanted);
+    int length() const;
+
+private:
+    String** m_Strings;
+    int m_Capacity;
+    int m_Count;
+};
+
+} // namespace Tessarine
+
+#endif

@@ -1,0 +1,18 @@
+#ifndef TESSARINE_TESSARINE_H
+#define TESSARINE_TESSARINE_H
+
+/// @file
+/// Umbrella header: every public class of the library.
+
+#include "Tessarine/Configuration.h"
+#include "Tessarine/Constants.h"
+#include "Tessarine/Expression.h"
+#include "Tessarine/ExpressionPool.h"
+#include "Tessarine/IniFileReader.h"
+#include "Tessarine/Plugin.h"
+#include "Tessarine/String.h"
+#include "Tessarine/StringVector.h"
+#include "Tessarine/UnknownSoftwareRepository.h"
+#include "Tessarine/VectorString.h"
+
+#endif

@@ -1,0 +1,6 @@
+#ifndef TESSARINE_UNKNOWNSOFTWAREREPOSITORY_H
+#define TESSARINE_UNKNOWNSOFTWAREREPOSITORY_H
+
+#include "Tessarine/Constants.h"
+
+#endif
