@@ -2,5 +2,62 @@
 #define TESSARINE_CONFIGURATION_H
 
 #include "Tessarine/Constants.h"
+#include "Tessarine/String.h"
+#include "Tessarine/StringVector.h"
+
+#include <map>
+
+namespace Tessarine {
+
+/// A named set of properties shared by everything in the process.
+///
+/// Whoever asks get() for a name receives the one set of that name; the first request creates
+/// it, empty, and cleanup() of the name destroys it, which invalidates every pointer that get()
+/// handed out for it. A later get() of the name creates a new, empty set.
+///
+/// A key can hold several values: setProperty() always adds a new entry, behind the entries
+/// already held under an equal key, so the values of a key stand in the order in which they
+/// were set. Keys are ordered by String::operator< (character values, not the locale). Keys
+/// and values are copies; a set keeps no reference to what the caller passed.
+///
+/// Sets still in the registry when the library is unloaded are destroyed with it, so a host
+/// that never calls cleanup() leaks nothing. Pointers to them must not be used after that.
+///
+/// Nothing here takes a lock: callers serialise every get() and cleanup(), and all use of any
+/// one set, themselves.
+class TESSARINE_API Configuration {
+public:
+    /// Writes the set of that name to `o_Configuration`, creating it on the first request.
+    /// A null name gives PLUGIN_ERROR_INVALID_ARGUMENT, writes null and changes nothing.
+    static int32_t get(wchar_t const* i_Name, Configuration*& o_Configuration);
+    /// Destroys the set of that name. PLUGIN_OK also when there is none;
+    /// PLUGIN_ERROR_INVALID_ARGUMENT for a null name.
+    static int32_t cleanup(wchar_t const* i_Name);
+
+    /// Adds a copy of the pair behind every entry with an equal key. Never replaces.
+    int32_t setProperty(String const& i_Key, String const& i_Value);
+    /// Writes the value set earliest under the key. When the key has no entry, writes the empty
+    /// text and returns PLUGIN_ERROR_PROPERTY_NOT_FOUND.
+    int32_t getProperty(String const& i_Key, String& o_Value) const;
+    /// Resets the vector (its Strings and storage are released), then adds the values of the
+    /// key in the order they were set. PLUGIN_OK also when the key has no entry. A value that
+    /// the vector cannot take for want of memory is left out.
+    int32_t getProperties(String const& i_Key, StringVector& o_Values) const;
+    /// The number of values held under the key; 0 when there is none.
+    int32_t getPropertiesCount(String const& i_Key) const;
+
+    /// Every live set, by name.
+    static std::map<String, Configuration*> m_Configurations;
+
+private:
+    Configuration();
+    ~Configuration();
+    Configuration(Configuration const&) = delete;
+    Configuration& operator=(Configuration const&) = delete;
+
+    std::multimap<String, String> m_Properties;
+};
+
+} // namespace Tessarine
 
 #endif
