@@ -1,1 +1,210 @@
 #include "Tessarine/StringVector.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <vector>
+
+namespace Tessarine {
+
+namespace {
+
+// Slot counts are ints that double from 1; beyond this the doubling would overflow.
+constexpr int MAX_CAPACITY = 1 << 30;
+
+// The marker that operator[] answers for an index past the end. It is built at the first call
+// of the process, behind a plain flag rather than a guarded local static, and destroyed by an
+// exit handler; an exit handler registered from a shared object also runs when that object is
+// unloaded, so the marker never outlives the library's code.
+bool markerBuilt = false;
+alignas(String) unsigned char markerStorage[sizeof(String)];
+
+String& marker() {
+    return *std::launder(reinterpret_cast<String*>(markerStorage));
+}
+
+void destroyMarker() {
+    marker().~String();
+    markerBuilt = false;
+}
+
+String const& outOfBoundsMarker() {
+    if (!markerBuilt) {
+        new (markerStorage) String(L"!!OUT OF BOUNDS!!");
+        markerBuilt = true;
+        std::atexit(destroyMarker);
+    }
+    return marker();
+}
+
+// One live String during a sort, with its multibyte form converted once up front, so that
+// each comparison is a single strcoll instead of two conversions and two allocations.
+struct SortEntry {
+    char* m_Text;
+    String* m_String;
+};
+
+// The collate order: String::collate(*a, *b) < 0, computed on the cached forms.
+struct StringPtrLess {
+    bool operator()(SortEntry const& i_Left, SortEntry const& i_Right) const {
+        return std::strcoll(i_Left.m_Text, i_Right.m_Text) < 0;
+    }
+};
+
+// The reverse collate order: String::collate(*b, *a) < 0, with the operands swapped rather
+// than the sign flipped, so that it is exactly the comparison the ascending order makes.
+struct StringPtrGreater {
+    bool operator()(SortEntry const& i_Left, SortEntry const& i_Right) const {
+        return std::strcoll(i_Right.m_Text, i_Left.m_Text) < 0;
+    }
+};
+
+// The entries of one sort; owns the converted texts and frees them however the sort ends.
+class SortEntries {
+public:
+    SortEntries(String* const* i_Strings, int i_Count) {
+        m_Entries.reserve(static_cast<std::size_t>(i_Count));
+        for (int i = 0; i < i_Count; ++i) {
+            // Unconvertible text comes back empty, which is how collate treats it as well.
+            m_Entries.push_back({String::getMultibyteString(*i_Strings[i]), i_Strings[i]});
+        }
+    }
+    ~SortEntries() {
+        for (SortEntry const& entry : m_Entries) {
+            std::free(entry.m_Text);
+        }
+    }
+    SortEntries(SortEntries const&) = delete;
+    SortEntries& operator=(SortEntries const&) = delete;
+
+    template <typename Less> void sort(Less i_Less) {
+        std::sort(m_Entries.begin(), m_Entries.end(), i_Less);
+    }
+    void writeBack(String** o_Strings) const {
+        for (std::size_t i = 0; i < m_Entries.size(); ++i) {
+            o_Strings[i] = m_Entries[i].m_String;
+        }
+    }
+
+private:
+    std::vector<SortEntry> m_Entries;
+};
+
+} // namespace
+
+StringVector::StringVector() : m_Strings(nullptr), m_Capacity(0), m_Count(0) {}
+
+StringVector::StringVector(StringVector const& i_Other) : StringVector() {
+    *this = i_Other;
+}
+
+StringVector::~StringVector() {
+    reset();
+}
+
+StringVector& StringVector::operator=(StringVector const& i_Other) {
+    if (this == &i_Other) {
+        return *this;
+    }
+    // removeAll, not reset: refilling reuses this vector's Strings and their buffers. A slot
+    // array that cannot grow just leaves the copy shorter.
+    removeAll();
+    for (int i = 0; i < i_Other.m_Count; ++i) {
+        addString(*i_Other.m_Strings[i]);
+    }
+    return *this;
+}
+
+int StringVector::addString(wchar_t const* i_Text) {
+    int const result = resizeBuffer(m_Count + 1);
+    if (result != PLUGIN_OK) {
+        return result;
+    }
+    String*& slot = m_Strings[m_Count];
+    if (slot == nullptr) {
+        slot = new String();
+    }
+    *slot = i_Text;
+    // Counted only once the text is in: if anything above throws, a new String stays behind
+    // as a spare and the vector is as it was.
+    ++m_Count;
+    return PLUGIN_OK;
+}
+
+int StringVector::addString(String const& i_Text) {
+    return addString(static_cast<wchar_t const*>(i_Text));
+}
+
+int StringVector::removeString(int i_Index) {
+    if (i_Index >= m_Count) {
+        return PLUGIN_ERROR_INDEX_OUT_OF_RANGE;
+    }
+    delete m_Strings[i_Index];
+    // The whole rest of the array moves, spare Strings included, so they stay available.
+    std::memmove(m_Strings + i_Index, m_Strings + i_Index + 1,
+                 static_cast<std::size_t>(m_Capacity - i_Index - 1) * sizeof(String*));
+    m_Strings[m_Capacity - 1] = nullptr;
+    --m_Count;
+    return PLUGIN_OK;
+}
+
+void StringVector::removeAll() {
+    m_Count = 0;
+}
+
+void StringVector::reset() {
+    for (int i = 0; i < m_Capacity; ++i) {
+        delete m_Strings[i];
+    }
+    std::free(m_Strings);
+    m_Strings = nullptr;
+    m_Capacity = 0;
+    m_Count = 0;
+}
+
+void StringVector::sort(bool i_Descending) {
+    if (m_Count < 2) {
+        return;
+    }
+    SortEntries entries(m_Strings, m_Count);
+    if (i_Descending) {
+        entries.sort(StringPtrGreater());
+    } else {
+        entries.sort(StringPtrLess());
+    }
+    entries.writeBack(m_Strings);
+}
+
+String const& StringVector::operator[](int i_Index) const {
+    String const& marker = outOfBoundsMarker();
+    return i_Index >= m_Count ? marker : *m_Strings[i_Index];
+}
+
+int StringVector::resizeBuffer(int i_Wanted) {
+    if (m_Capacity >= i_Wanted) {
+        return PLUGIN_OK;
+    }
+    if (i_Wanted > MAX_CAPACITY) {
+        return PLUGIN_ERROR_OUT_OF_MEMORY;
+    }
+    int capacity = 1;
+    while (capacity < i_Wanted) {
+        capacity *= 2;
+    }
+    void* const slots =
+        std::realloc(m_Strings, static_cast<std::size_t>(capacity) * sizeof(String*));
+    if (slots == nullptr) {
+        return PLUGIN_ERROR_OUT_OF_MEMORY;
+    }
+    m_Strings = static_cast<String**>(slots);
+    std::fill(m_Strings + m_Capacity, m_Strings + capacity, nullptr);
+    m_Capacity = capacity;
+    return PLUGIN_OK;
+}
+
+int StringVector::length() const {
+    return m_Count;
+}
+
+} // namespace Tessarine
