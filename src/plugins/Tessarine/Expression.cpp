@@ -12,6 +12,22 @@ template <typename Properties> auto findByName(Properties& i_Properties, wchar_t
                         [i_Name](auto const& i_Property) { return i_Property.first == i_Name; });
 }
 
+// Appends a copy, doubling a full array (1, 2, 4, 8, ...). A larger array is filled on the side
+// and swapped in only when complete, so running out of memory leaves the list as it was, its
+// capacity included.
+template <typename Properties>
+void append(Properties& io_Properties, typename Properties::value_type const& i_Property) {
+    if (io_Properties.size() < io_Properties.capacity()) {
+        io_Properties.push_back(i_Property);
+        return;
+    }
+    Properties grown;
+    grown.reserve(std::max<std::size_t>(1, 2 * io_Properties.capacity()));
+    grown.insert(grown.end(), io_Properties.begin(), io_Properties.end());
+    grown.push_back(i_Property);
+    io_Properties.swap(grown);
+}
+
 } // namespace
 
 Expression::Expression() = default;
@@ -35,20 +51,15 @@ void Expression::setProperty(wchar_t const* i_Name, wchar_t const* i_Value) {
     if (i_Name == nullptr) {
         return;
     }
-    // Both texts are copied before the list is touched: a caller may pass a value it read
-    // from this very list, and growing the list or assigning into it would pull the text away.
+    // Both texts are copied before the list is touched: a caller may pass a value it read from
+    // this very list, and a String cannot be assigned a text that lies in its own buffer.
     Property property(i_Name, i_Value);
     auto const found = findByName(m_Properties, i_Name);
     if (found != m_Properties.end()) {
         found->second = property.second;
         return;
     }
-    // Doubling by hand keeps the growth the same with every standard library. Both steps leave
-    // the list as it was if memory runs out.
-    if (m_Properties.size() == m_Properties.capacity()) {
-        m_Properties.reserve(std::max<std::size_t>(1, 2 * m_Properties.capacity()));
-    }
-    m_Properties.push_back(property);
+    append(m_Properties, property);
 }
 
 void Expression::deleteProperties() {
