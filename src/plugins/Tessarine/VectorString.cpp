@@ -10,6 +10,26 @@ namespace Tessarine {
 wchar_t const VectorString::SEPARATOR = L',';
 wchar_t const VectorString::ESCAPE = L'\\';
 
+namespace {
+
+// The element as it goes into the list text, behind its separator when one is due.
+std::wstring escapedElement(wchar_t const* i_Element, bool i_WithSeparator) {
+    std::wstring piece;
+    piece.reserve(2 * std::wcslen(i_Element) + 1);
+    if (i_WithSeparator) {
+        piece += VectorString::SEPARATOR;
+    }
+    for (wchar_t const* c = i_Element; *c != L'\0'; ++c) {
+        if (*c == VectorString::SEPARATOR || *c == VectorString::ESCAPE) {
+            piece += VectorString::ESCAPE;
+        }
+        piece += *c;
+    }
+    return piece;
+}
+
+} // namespace
+
 VectorString::VectorString() : m_Count(0) {}
 
 // Assigning instead of copying gives the copy a buffer sized to the text, not the source's
@@ -34,26 +54,6 @@ void VectorString::addEmptyElement() {
     }
     ++m_Count;
 }
-
-namespace {
-
-// The element as it goes into the list text, behind its separator when one is due.
-std::wstring escapedElement(wchar_t const* i_Element, bool i_WithSeparator) {
-    std::wstring piece;
-    piece.reserve(2 * std::wcslen(i_Element) + 1);
-    if (i_WithSeparator) {
-        piece += VectorString::SEPARATOR;
-    }
-    for (wchar_t const* c = i_Element; *c != L'\0'; ++c) {
-        if (*c == VectorString::SEPARATOR || *c == VectorString::ESCAPE) {
-            piece += VectorString::ESCAPE;
-        }
-        piece += *c;
-    }
-    return piece;
-}
-
-} // namespace
 
 VectorString& VectorString::operator+=(wchar_t const* i_Element) {
     if (i_Element == nullptr || *i_Element == L'\0') {
