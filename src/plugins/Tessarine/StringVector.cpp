@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <new>
 #include <vector>
 
@@ -38,48 +39,26 @@ String const& outOfBoundsMarker() {
     return marker();
 }
 
-// One live String during a sort, with its multibyte form converted once up front, so that
-// each comparison is a single strcoll instead of two conversions and two allocations.
+// One live String during a sort, and where its multibyte form lies among the sort's texts.
 struct SortEntry {
-    char* m_Text;
+    std::size_t m_Text;
     String* m_String;
 };
 
-// The collate order: String::collate(*a, *b) < 0, computed on the cached forms.
-struct StringPtrLess {
-    bool operator()(SortEntry const& i_Left, SortEntry const& i_Right) const {
-        return std::strcoll(i_Left.m_Text, i_Right.m_Text) < 0;
-    }
-};
-
-// The reverse collate order: String::collate(*b, *a) < 0, with the operands swapped rather
-// than the sign flipped, so that it is exactly the comparison the ascending order makes.
-struct StringPtrGreater {
-    bool operator()(SortEntry const& i_Left, SortEntry const& i_Right) const {
-        return std::strcoll(i_Right.m_Text, i_Left.m_Text) < 0;
-    }
-};
-
-// The entries of one sort; owns the converted texts and frees them however the sort ends.
-class SortEntries {
+// The multibyte forms of all live Strings of one sort, converted once up front and kept in a
+// single block, so that each comparison is one strcoll instead of two conversions and two
+// allocations, and the texts being compared lie close together in memory.
+class SortTexts {
 public:
-    SortEntries(String* const* i_Strings, int i_Count) {
+    SortTexts(String* const* i_Strings, int i_Count) : m_Widest(MB_CUR_MAX) {
         m_Entries.reserve(static_cast<std::size_t>(i_Count));
         for (int i = 0; i < i_Count; ++i) {
-            // Unconvertible text comes back empty, which is how collate treats it as well.
-            m_Entries.push_back({String::getMultibyteString(*i_Strings[i]), i_Strings[i]});
+            m_Entries.push_back({convert(*i_Strings[i]), i_Strings[i]});
         }
     }
-    ~SortEntries() {
-        for (SortEntry const& entry : m_Entries) {
-            std::free(entry.m_Text);
-        }
-    }
-    SortEntries(SortEntries const&) = delete;
-    SortEntries& operator=(SortEntries const&) = delete;
 
-    template <typename Less> void sort(Less i_Less) {
-        std::sort(m_Entries.begin(), m_Entries.end(), i_Less);
+    template <typename Less> void sort() {
+        std::sort(m_Entries.begin(), m_Entries.end(), Less{m_Texts.data()});
     }
     void writeBack(String** o_Strings) const {
         for (std::size_t i = 0; i < m_Entries.size(); ++i) {
@@ -88,7 +67,43 @@ public:
     }
 
 private:
+    // The same bytes as String::getMultibyteString gives, in one conversion: with room for the
+    // widest form of every character and of the terminator, wcstombs always gets to the end.
+    // Text that does not convert is kept as the empty text, which is how String::collate
+    // orders it.
+    std::size_t convert(wchar_t const* i_Text) {
+        std::size_t const room = (std::wcslen(i_Text) + 1) * m_Widest;
+        std::size_t const start = m_Texts.size();
+        m_Texts.resize(start + room);
+        std::size_t written = std::wcstombs(m_Texts.data() + start, i_Text, room);
+        if (written == static_cast<std::size_t>(-1)) {
+            written = 0;
+        }
+        m_Texts.resize(start + written + 1);
+        m_Texts.back() = '\0';
+        return start;
+    }
+
+    std::size_t m_Widest;
     std::vector<SortEntry> m_Entries;
+    std::vector<char> m_Texts;
+};
+
+// The collate order: String::collate(*a, *b) < 0, computed on the converted texts.
+struct StringPtrLess {
+    char const* m_Texts;
+    bool operator()(SortEntry const& i_Left, SortEntry const& i_Right) const {
+        return std::strcoll(m_Texts + i_Left.m_Text, m_Texts + i_Right.m_Text) < 0;
+    }
+};
+
+// The reverse collate order: String::collate(*b, *a) < 0, with the operands swapped rather
+// than the sign flipped, so that it is exactly the comparison the ascending order makes.
+struct StringPtrGreater {
+    char const* m_Texts;
+    bool operator()(SortEntry const& i_Left, SortEntry const& i_Right) const {
+        return std::strcoll(m_Texts + i_Right.m_Text, m_Texts + i_Left.m_Text) < 0;
+    }
 };
 
 } // namespace
@@ -167,13 +182,13 @@ void StringVector::sort(bool i_Descending) {
     if (m_Count < 2) {
         return;
     }
-    SortEntries entries(m_Strings, m_Count);
+    SortTexts texts(m_Strings, m_Count);
     if (i_Descending) {
-        entries.sort(StringPtrGreater());
+        texts.sort<StringPtrGreater>();
     } else {
-        entries.sort(StringPtrLess());
+        texts.sort<StringPtrLess>();
     }
-    entries.writeBack(m_Strings);
+    texts.writeBack(m_Strings);
 }
 
 String const& StringVector::operator[](int i_Index) const {
