@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Checks the dynamic symbol table of the built library: every public class and the four
-# constants are exported, and nothing else is (no internal helper, no standard library code).
+# constants are exported, with the vtables and type information that plug-ins derive from,
+# and nothing else is (no internal helper, no standard library code).
 set -euo pipefail
 lib=${1:?usage: check-exports.sh path/to/libTessarine.so}
 
@@ -22,7 +23,9 @@ for name in Plugin Expression ExpressionPool String StringVector VectorString In
 done
 for name in PLUGIN_RESULT_TRUE PLUGIN_RESULT_FALSE PLUGIN_EXTENSION PLUGIN_PATH_SEPARATOR \
     'Tessarine::Configuration::m_Configurations' 'Tessarine::VectorString::SEPARATOR' \
-    'Tessarine::VectorString::ESCAPE'; do
+    'Tessarine::VectorString::ESCAPE' 'vtable for Tessarine::Plugin' \
+    'typeinfo for Tessarine::Plugin' 'vtable for Tessarine::Expression' \
+    'typeinfo for Tessarine::Expression'; do
     grep -q -x -F "$name" <<<"$symbols" || { echo "missing: $name"; status=1; }
 done
 
