@@ -45,10 +45,8 @@ void leaseCycle(benchmark::State& io_State) {
         next = next + 1 == names.size() ? 0 : next + 1;
         allocations += counting.count();
     }
-    if (TESSARINE_ALLOCATIONS_COUNTED) {
-        io_State.counters["allocs/cycle"] = benchmark::Counter(
-            static_cast<double>(allocations) / static_cast<double>(io_State.iterations()));
-    }
+    io_State.counters["allocs/cycle"] = benchmark::Counter(
+        static_cast<double>(allocations) / static_cast<double>(io_State.iterations()));
     if (plugin.m_Calls.m_CreateExpression != io_State.range(0)) {
         io_State.SkipWithError("a lease reached the factory");
     }

@@ -3,23 +3,23 @@
 
 // Counts the allocations of a program and can make a chosen one fail.
 //
-// Including this header puts its own malloc, calloc and realloc in front of glibc's, so every
-// allocation of the process passes through them: the library's, the standard library's
-// (operator new calls malloc) and the program's own. Include it in exactly one source file of
-// a program. AddressSanitizer owns the allocator itself; under it nothing is replaced and
-// TESSARINE_ALLOCATIONS_COUNTED is 0.
+// Every allocation of the process is seen: the library's, the standard library's (operator
+// new calls malloc) and the program's own. Normally this header puts its own malloc, calloc
+// and realloc in front of glibc's. Under AddressSanitizer, which owns the allocator, it counts
+// through the sanitizer's allocation hook instead, and no allocation can be made to fail:
+// TESSARINE_ALLOCATION_FAILURES is 0 then. Include it in exactly one source file of a program.
 
 #include <cstddef>
 
 #if defined(__SANITIZE_ADDRESS__)
-#define TESSARINE_ALLOCATIONS_COUNTED 0
+#define TESSARINE_ALLOCATION_FAILURES 0
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
-#define TESSARINE_ALLOCATIONS_COUNTED 0
+#define TESSARINE_ALLOCATION_FAILURES 0
 #endif
 #endif
-#ifndef TESSARINE_ALLOCATIONS_COUNTED
-#define TESSARINE_ALLOCATIONS_COUNTED 1
+#ifndef TESSARINE_ALLOCATION_FAILURES
+#define TESSARINE_ALLOCATION_FAILURES 1
 #endif
 
 namespace TessarineTest {
@@ -30,7 +30,7 @@ struct AllocationWatch {
     long m_Count = 0;
     long m_FailAt = 0;
 
-    /// Whether the allocation now asked for is to fail.
+    /// Counts the allocation now asked for and tells whether it is to fail.
     bool failNow() {
         if (!m_Counting) {
             return false;
@@ -43,7 +43,7 @@ struct AllocationWatch {
 inline AllocationWatch g_AllocationWatch;
 
 /// Counts the allocations made during its life; `i_FailAt` (counted from 1) makes that one
-/// fail. One at a time.
+/// fail where TESSARINE_ALLOCATION_FAILURES allows. One at a time.
 class CountingAllocations {
 public:
     explicit CountingAllocations(long i_FailAt = 0) { g_AllocationWatch = {true, 0, i_FailAt}; }
@@ -56,7 +56,7 @@ public:
 
 } // namespace TessarineTest
 
-#if TESSARINE_ALLOCATIONS_COUNTED
+#if TESSARINE_ALLOCATION_FAILURES
 extern "C" {
 void* __libc_malloc(std::size_t i_Size);
 void* __libc_calloc(std::size_t i_Count, std::size_t i_Size);
@@ -72,6 +72,21 @@ void* realloc(void* i_Block, std::size_t i_Size) noexcept {
     return TessarineTest::g_AllocationWatch.failNow() ? nullptr : __libc_realloc(i_Block, i_Size);
 }
 }
+#else
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*i_MallocHook)(void const volatile*,
+                                                                              std::size_t),
+                                                         void (*i_FreeHook)(void const volatile*));
+
+namespace TessarineTest {
+
+inline void countAllocation(void const volatile*, std::size_t) {
+    g_AllocationWatch.failNow();
+}
+inline void ignoreRelease(void const volatile*) {}
+inline int const g_AllocationHooks =
+    __sanitizer_install_malloc_and_free_hooks(&countAllocation, &ignoreRelease);
+
+} // namespace TessarineTest
 #endif
 
 #endif
