@@ -163,15 +163,32 @@ String String::operator+(String const& i_Other) {
     return result;
 }
 
+// An empty right side needs neither growth nor copying, so this shares the path of the text form.
 String& String::operator+=(String const& i_Other) {
-    return append(i_Other.m_Buffer);
+    return *this += i_Other.m_Buffer;
 }
 
 String& String::operator+=(wchar_t const* i_Text) {
     if (i_Text == nullptr || *i_Text == L'\0') {
         return *this;
     }
-    return append(i_Text);
+    std::size_t const current = std::wcslen(m_Buffer);
+    std::size_t const added = std::wcslen(i_Text);
+    // The text may be this String's own (s += s). Growth can move the buffer, so keep its
+    // place as an offset and find it again afterwards.
+    auto const begin = reinterpret_cast<std::uintptr_t>(m_Buffer);
+    auto const at = reinterpret_cast<std::uintptr_t>(i_Text);
+    bool const own = at >= begin && at < begin + m_Size;
+    Realloc(bytesFor(current + added));
+    if (own) {
+        i_Text = reinterpret_cast<wchar_t const*>(reinterpret_cast<std::uintptr_t>(m_Buffer) +
+                                                  (at - begin));
+    }
+    // Exactly the measured characters, then a terminator: copying up to the source's own
+    // terminator would never stop when the source is the text being extended.
+    std::wmemmove(m_Buffer + current, i_Text, added);
+    m_Buffer[current + added] = L'\0';
+    return *this;
 }
 
 String& String::operator+=(wchar_t i_Character) {
@@ -184,27 +201,6 @@ String& String::operator+=(char i_Character) {
     // A byte that does not convert leaves the text empty, and nothing is appended.
     static_cast<void>(std::mbtowc(text, &i_Character, 1));
     return *this += text;
-}
-
-String& String::append(wchar_t const* i_Text) {
-    std::size_t const current = std::wcslen(m_Buffer);
-    std::size_t const added = std::wcslen(i_Text);
-    // The text may be this String's own (s += s). Growth can move the buffer, so keep its
-    // place as an offset and find it again afterwards.
-    auto const begin = reinterpret_cast<std::uintptr_t>(m_Buffer);
-    auto const at = reinterpret_cast<std::uintptr_t>(i_Text);
-    bool const own = at >= begin && at < begin + m_Size;
-    std::uintptr_t const offset = at - begin;
-    Realloc(bytesFor(current + added));
-    if (own) {
-        i_Text =
-            reinterpret_cast<wchar_t const*>(reinterpret_cast<std::uintptr_t>(m_Buffer) + offset);
-    }
-    // Exactly the measured characters, then a terminator: copying up to the source's own
-    // terminator would never stop when the source is the text being extended.
-    std::wmemmove(m_Buffer + current, i_Text, added);
-    m_Buffer[current + added] = L'\0';
-    return *this;
 }
 
 bool String::operator==(String const& i_Other) const {

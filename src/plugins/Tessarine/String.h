@@ -87,8 +87,6 @@ public:
 private:
     void Create(unsigned int i_Size);
     void Realloc(unsigned int i_Size);
-    /// Appends a whole text, which may be this String's own.
-    String& append(wchar_t const* i_Text);
 
     wchar_t* m_Buffer;
     unsigned int m_Size;
