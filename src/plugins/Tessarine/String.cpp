@@ -51,8 +51,8 @@ using MultibyteText = std::unique_ptr<char, FreeText>;
 void String::Create(unsigned int i_Size) {
     m_Size = 0;
     m_Buffer = nullptr;
-    // Two spare zero bytes behind the counted size: a wide terminator is always there even if
-    // a caller writes right up to m_Size.
+    // Two zero bytes beyond the counted size: a margin behind the text that no size counts and
+    // no growth relies on.
     void* const buffer = std::malloc(std::size_t{i_Size} + 2);
     if (buffer == nullptr) {
         throw std::bad_alloc();
