@@ -1,0 +1,471 @@
+// Properties-file readers side by side: IniFileReader against inih (into std::map), SimpleIni,
+// boost::property_tree's read_ini and a physical baseline (fread of the whole file and a count
+// of its lines). Run from the repository root, in one command:
+//
+//   bench/setup-ini-bench.sh && cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release
+//     -DTESSARINE_BUILD_BENCH=ON -DTESSARINE_BUILD_TESTS=OFF -DTESSARINE_BUILD_EXAMPLES=OFF &&
+//     cmake --build build/bench --target ini_bench && build/bench/bench/ini_bench
+//
+// Arguments: the sizes of the generated files in MB, 1 20 100 when none are given. The files
+// hold what every reader understands alike: `[section]` headers, `key = value` lines, `;`
+// comments and blank lines, in ASCII, with unique names. Each is generated in a temporary
+// directory and removed afterwards.
+//
+// Every reader runs in a forked child of its own, which loads the file, answers a fixed set of
+// lookups (one in ten misses), walks the whole store to fingerprint it, and destroys the store.
+// Time is wall time: "load" is the reading of the file, "total" is load, lookups and
+// destruction (the fingerprinting walk is not timed). Memory is the child's peak resident set
+// (ru_maxrss) minus that of an idle child, so it is what the reader itself needed at its
+// highest. The run fails when the readers disagree on sections, keys, values or lookups.
+#include <Tessarine/IniFileReader.h>
+
+#include <SimpleIni.h>
+#include <boost/property_tree/ini_parser.hpp>
+#include <boost/property_tree/ptree.hpp>
+#include <ini.h>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cinttypes>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// One name pair to look up, in narrow form and in the wide form that IniFileReader takes.
+struct Lookup {
+    std::string section;
+    std::string key;
+    std::wstring wideSection;
+    std::wstring wideKey;
+};
+
+std::wstring widen(std::string const& i_Text) {
+    return std::wstring(i_Text.begin(), i_Text.end());
+}
+
+// What a child reports back through its pipe.
+struct Result {
+    double loadSeconds;
+    double totalSeconds;
+    uint64_t sections;
+    uint64_t keys;
+    uint64_t contentHash;
+    uint64_t lookupHits;
+    uint64_t lookupHash;
+};
+
+// FNV-1a over the text of one entry; entries are summed, so the order of a walk doesn't matter.
+class Fingerprint {
+public:
+    template <typename Text> Fingerprint& operator<<(Text const& i_Text) {
+        for (auto const c : i_Text) {
+            m_Hash = (m_Hash ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+        }
+        m_Hash = (m_Hash ^ 0x1f) * 1099511628211ull;
+        return *this;
+    }
+    uint64_t value() const { return m_Hash; }
+
+private:
+    uint64_t m_Hash = 14695981039346656037ull;
+};
+
+template <typename Text>
+uint64_t entryHash(Text const& i_Section, Text const& i_Key, Text const& i_Value) {
+    return (Fingerprint() << i_Section << i_Key << i_Value).value();
+}
+
+// ---- the generated file ------------------------------------------------------------------
+
+char const* const WORDS[] = {"alpha", "buffer", "cache",   "delay", "enabled", "file",   "group",
+                             "host",  "index",  "journal", "keep",  "limit",   "mode",   "name",
+                             "owner", "path",   "queue",   "retry", "size",    "timeout"};
+constexpr size_t WORD_COUNT = sizeof(WORDS) / sizeof(WORDS[0]);
+
+std::string sectionName(size_t i_Section) {
+    return "section_" + std::to_string(i_Section);
+}
+
+std::string keyName(size_t i_Key) {
+    return std::string(WORDS[i_Key % WORD_COUNT]) + "_" + std::to_string(i_Key);
+}
+
+// Writes about i_Bytes bytes and returns the number of keys of each section.
+std::vector<uint32_t> generate(std::string const& i_Path, size_t i_Bytes) {
+    std::mt19937_64 random(42);
+    std::vector<uint32_t> keyCounts;
+    std::FILE* file = std::fopen(i_Path.c_str(), "wb");
+    if (file == nullptr) {
+        std::perror(i_Path.c_str());
+        std::exit(1);
+    }
+    std::string chunk;
+    size_t written = 0;
+    while (written < i_Bytes) {
+        chunk = "[" + sectionName(keyCounts.size()) + "]\n";
+        uint32_t const keys = 20 + static_cast<uint32_t>(random() % 180);
+        for (uint32_t k = 0; k < keys; ++k) {
+            if (random() % 50 == 0) {
+                chunk += "; ";
+                chunk += WORDS[random() % WORD_COUNT];
+                chunk += " settings\n";
+            }
+            chunk += keyName(k) + " = ";
+            for (size_t words = 1 + random() % 6; words > 0; --words) {
+                chunk += WORDS[random() % WORD_COUNT];
+                chunk += words > 1 ? " " : "";
+            }
+            chunk += '\n';
+        }
+        chunk += '\n';
+        std::fwrite(chunk.data(), 1, chunk.size(), file);
+        written += chunk.size();
+        keyCounts.push_back(keys);
+    }
+    std::fclose(file);
+    return keyCounts;
+}
+
+std::vector<Lookup> lookupsFor(std::vector<uint32_t> const& i_KeyCounts) {
+    std::mt19937_64 random(7);
+    std::vector<Lookup> lookups;
+    for (int i = 0; i < 10000; ++i) {
+        size_t const section = random() % i_KeyCounts.size();
+        size_t const keyIndex = random() % i_KeyCounts[section];
+        std::string const name = sectionName(section);
+        std::string const key = keyName(keyIndex) + (i % 10 == 9 ? "x" : "");
+        lookups.push_back({name, key, widen(name), widen(key)});
+    }
+    return lookups;
+}
+
+// ---- the readers -------------------------------------------------------------------------
+
+class PhysicalRun {
+public:
+    static constexpr char const* NAME = "physical (fread)";
+    void load(std::string const& i_Path) {
+        std::FILE* file = std::fopen(i_Path.c_str(), "rb");
+        std::fseek(file, 0, SEEK_END);
+        m_Data.resize(static_cast<size_t>(std::ftell(file)));
+        std::rewind(file);
+        m_Data.resize(std::fread(m_Data.data(), 1, m_Data.size(), file));
+        std::fclose(file);
+        char const* at = m_Data.data();
+        char const* const end = at + m_Data.size();
+        while ((at = static_cast<char const*>(std::memchr(at, '\n', size_t(end - at)))) !=
+               nullptr) {
+            ++m_Lines;
+            ++at;
+        }
+    }
+    bool find(Lookup const&, uint64_t&) { return false; }
+    void walk(Result& o_Result) { o_Result.keys = m_Lines; } // lines stand in for keys here
+    void release() { std::vector<char>().swap(m_Data); }
+
+private:
+    std::vector<char> m_Data;
+    uint64_t m_Lines = 0;
+};
+
+class IniFileReaderRun {
+public:
+    static constexpr char const* NAME = "IniFileReader";
+    void load(std::string const& i_Path) {
+        m_Reader = std::make_unique<Tessarine::IniFileReader>(widen(i_Path).c_str());
+    }
+    bool find(Lookup const& i_Lookup, uint64_t& io_Hash) {
+        if (m_Reader->getProperty(i_Lookup.wideSection, i_Lookup.wideKey, m_Value) == 0) {
+            return false;
+        }
+        io_Hash += entryHash(i_Lookup.wideSection, i_Lookup.wideKey, m_Value);
+        return true;
+    }
+    void walk(Result& o_Result) {
+        o_Result.sections = uint64_t(m_Reader->getSectionCount());
+        for (int s = 0; s < m_Reader->getSectionCount(); ++s) {
+            std::wstring const section = m_Reader->getSectionAt(s);
+            for (int k = 0; k < m_Reader->getKeyCount(section); ++k) {
+                std::wstring const key = m_Reader->getKeyAt(section, k);
+                m_Reader->getProperty(section, key, m_Value);
+                o_Result.contentHash += entryHash(section, key, m_Value);
+                ++o_Result.keys;
+            }
+        }
+    }
+    void release() { m_Reader.reset(); }
+
+private:
+    std::unique_ptr<Tessarine::IniFileReader> m_Reader;
+    std::wstring m_Value;
+};
+
+class InihRun {
+public:
+    static constexpr char const* NAME = "inih + std::map";
+    void load(std::string const& i_Path) {
+        if (ini_parse(i_Path.c_str(), &InihRun::handler, &m_Store) != 0) {
+            std::fprintf(stderr, "inih: parse error\n");
+            std::exit(1);
+        }
+    }
+    bool find(Lookup const& i_Lookup, uint64_t& io_Hash) {
+        auto const section = m_Store.find(i_Lookup.section);
+        if (section == m_Store.end()) {
+            return false;
+        }
+        auto const key = section->second.find(i_Lookup.key);
+        if (key == section->second.end()) {
+            return false;
+        }
+        io_Hash += entryHash(i_Lookup.section, i_Lookup.key, key->second);
+        return true;
+    }
+    void walk(Result& o_Result) {
+        o_Result.sections = m_Store.size();
+        for (auto const& [section, keys] : m_Store) {
+            for (auto const& [key, value] : keys) {
+                o_Result.contentHash += entryHash(section, key, value);
+                ++o_Result.keys;
+            }
+        }
+    }
+    void release() { m_Store.clear(); }
+
+private:
+    using Store = std::map<std::string, std::map<std::string, std::string>>;
+    static int handler(void* io_Store, char const* i_Section, char const* i_Key,
+                       char const* i_Value) {
+        (*static_cast<Store*>(io_Store))[i_Section][i_Key] = i_Value;
+        return 1;
+    }
+    Store m_Store;
+};
+
+class SimpleIniRun {
+public:
+    static constexpr char const* NAME = "SimpleIni";
+    void load(std::string const& i_Path) {
+        m_Ini = std::make_unique<CSimpleIniA>();
+        if (m_Ini->LoadFile(i_Path.c_str()) < 0) {
+            std::fprintf(stderr, "SimpleIni: load failed\n");
+            std::exit(1);
+        }
+    }
+    bool find(Lookup const& i_Lookup, uint64_t& io_Hash) {
+        char const* value =
+            m_Ini->GetValue(i_Lookup.section.c_str(), i_Lookup.key.c_str(), nullptr);
+        if (value == nullptr) {
+            return false;
+        }
+        io_Hash += entryHash(i_Lookup.section, i_Lookup.key, std::string(value));
+        return true;
+    }
+    void walk(Result& o_Result) {
+        CSimpleIniA::TNamesDepend sections;
+        m_Ini->GetAllSections(sections);
+        o_Result.sections = sections.size();
+        for (auto const& section : sections) {
+            CSimpleIniA::TNamesDepend keys;
+            m_Ini->GetAllKeys(section.pItem, keys);
+            for (auto const& key : keys) {
+                std::string const value = m_Ini->GetValue(section.pItem, key.pItem, "");
+                o_Result.contentHash +=
+                    entryHash(std::string(section.pItem), std::string(key.pItem), value);
+                ++o_Result.keys;
+            }
+        }
+    }
+    void release() { m_Ini.reset(); }
+
+private:
+    std::unique_ptr<CSimpleIniA> m_Ini;
+};
+
+class PropertyTreeRun {
+public:
+    static constexpr char const* NAME = "boost property_tree";
+    void load(std::string const& i_Path) {
+        boost::property_tree::ini_parser::read_ini(i_Path, m_Tree);
+    }
+    bool find(Lookup const& i_Lookup, uint64_t& io_Hash) {
+        auto const section = m_Tree.find(i_Lookup.section);
+        if (section == m_Tree.not_found()) {
+            return false;
+        }
+        auto const key = section->second.find(i_Lookup.key);
+        if (key == section->second.not_found()) {
+            return false;
+        }
+        io_Hash += entryHash(i_Lookup.section, i_Lookup.key, key->second.data());
+        return true;
+    }
+    void walk(Result& o_Result) {
+        o_Result.sections = m_Tree.size();
+        for (auto const& [section, keys] : m_Tree) {
+            for (auto const& [key, value] : keys) {
+                o_Result.contentHash += entryHash(section, key, value.data());
+                ++o_Result.keys;
+            }
+        }
+    }
+    void release() { m_Tree.clear(); }
+
+private:
+    boost::property_tree::ptree m_Tree;
+};
+
+// ---- measuring ---------------------------------------------------------------------------
+
+double since(Clock::time_point i_Start, Clock::time_point i_End) {
+    return std::chrono::duration<double>(i_End - i_Start).count();
+}
+
+template <typename Reader>
+Result measure(std::string const& i_Path, std::vector<Lookup> const& i_Lookups) {
+    Reader reader;
+    Result result{};
+    auto const start = Clock::now();
+    reader.load(i_Path);
+    auto const loaded = Clock::now();
+    for (auto const& lookup : i_Lookups) {
+        result.lookupHits += reader.find(lookup, result.lookupHash) ? 1 : 0;
+    }
+    auto const looked = Clock::now();
+    reader.walk(result);
+    auto const walked = Clock::now();
+    reader.release();
+    auto const released = Clock::now();
+    result.loadSeconds = since(start, loaded);
+    result.totalSeconds = since(start, looked) + since(walked, released);
+    return result;
+}
+
+struct Measured {
+    char const* name;
+    Result result;
+    long peakKilobytes;
+};
+
+// Runs the work in a forked child and reports its result and its peak resident set.
+template <typename Work> Measured inChild(char const* i_Name, Work i_Work) {
+    int pipeEnds[2];
+    if (pipe(pipeEnds) != 0) {
+        std::perror("pipe");
+        std::exit(1);
+    }
+    pid_t const child = fork();
+    if (child == 0) {
+        close(pipeEnds[0]);
+        Result const result = i_Work();
+        ssize_t const sent = write(pipeEnds[1], &result, sizeof result);
+        _exit(sent == ssize_t(sizeof result) ? 0 : 1);
+    }
+    close(pipeEnds[1]);
+    Measured measured{i_Name, {}, 0};
+    ssize_t const received = read(pipeEnds[0], &measured.result, sizeof measured.result);
+    close(pipeEnds[0]);
+    int status = 0;
+    rusage usage{};
+    wait4(child, &status, 0, &usage);
+    if (received != ssize_t(sizeof measured.result) || !WIFEXITED(status) ||
+        WEXITSTATUS(status) != 0) {
+        std::fprintf(stderr, "%s: the child failed\n", i_Name);
+        std::exit(1);
+    }
+    measured.peakKilobytes = usage.ru_maxrss;
+    return measured;
+}
+
+template <typename Reader>
+Measured run(std::string const& i_Path, std::vector<Lookup> const& i_Lookups, long i_IdleKb) {
+    Measured measured = inChild(Reader::NAME, [&] { return measure<Reader>(i_Path, i_Lookups); });
+    measured.peakKilobytes = std::max(0L, measured.peakKilobytes - i_IdleKb);
+    return measured;
+}
+
+bool sameStore(Result const& i_Left, Result const& i_Right) {
+    return i_Left.sections == i_Right.sections && i_Left.keys == i_Right.keys &&
+           i_Left.contentHash == i_Right.contentHash && i_Left.lookupHits == i_Right.lookupHits &&
+           i_Left.lookupHash == i_Right.lookupHash;
+}
+
+bool benchFile(std::string const& i_Directory, size_t i_Megabytes) {
+    std::string const path = i_Directory + "/bench-" + std::to_string(i_Megabytes) + "MB.ini";
+    size_t const bytes = i_Megabytes * 1024 * 1024;
+    std::vector<Lookup> const lookups = lookupsFor(generate(path, bytes));
+    long const idleKb = inChild("idle", [] { return Result{}; }).peakKilobytes;
+
+    std::vector<Measured> const all = {
+        run<PhysicalRun>(path, lookups, idleKb), run<IniFileReaderRun>(path, lookups, idleKb),
+        run<InihRun>(path, lookups, idleKb), run<SimpleIniRun>(path, lookups, idleKb),
+        run<PropertyTreeRun>(path, lookups, idleKb)};
+    std::remove(path.c_str());
+
+    Measured const& ours = all[1];
+    std::printf("\n%zu MB file: %" PRIu64 " sections, %" PRIu64 " keys, %zu lookups (%" PRIu64
+                " hits)\n",
+                i_Megabytes, ours.result.sections, ours.result.keys, lookups.size(),
+                ours.result.lookupHits);
+    std::printf("  %-22s %9s %9s %10s %8s  %s\n", "reader", "load s", "total s", "peak MB",
+                "x file", "store");
+    bool agree = true;
+    for (auto const& m : all) {
+        bool const same = &m == &all[0] || sameStore(m.result, ours.result);
+        agree = agree && same;
+        std::printf("  %-22s %9.3f %9.3f %10.1f %8.2f  %s\n", m.name, m.result.loadSeconds,
+                    m.result.totalSeconds, double(m.peakKilobytes) / 1024,
+                    double(m.peakKilobytes) * 1024 / double(bytes),
+                    &m == &all[0] ? "-" : (same ? "same" : "DIFFERENT"));
+    }
+    std::printf("  IniFileReader relative to:   load     total    peak memory\n");
+    for (auto const& m : all) {
+        if (&m != &ours) {
+            std::printf("    %-22s %7.2fx %7.2fx %9.2fx\n", m.name,
+                        ours.result.loadSeconds / m.result.loadSeconds,
+                        ours.result.totalSeconds / m.result.totalSeconds,
+                        double(ours.peakKilobytes) / double(std::max(1L, m.peakKilobytes)));
+        }
+    }
+    return agree;
+}
+
+} // namespace
+
+int main(int i_Count, char** i_Arguments) {
+    std::vector<size_t> sizes;
+    for (int i = 1; i < i_Count; ++i) {
+        sizes.push_back(std::strtoul(i_Arguments[i], nullptr, 10));
+    }
+    if (sizes.empty()) {
+        sizes = {1, 20, 100};
+    }
+    char const* tmp = std::getenv("TMPDIR");
+    std::string directory = std::string(tmp != nullptr ? tmp : "/tmp") + "/ini_bench_XXXXXX";
+    if (mkdtemp(directory.data()) == nullptr) {
+        std::perror("mkdtemp");
+        return 1;
+    }
+    bool agree = true;
+    for (size_t const megabytes : sizes) {
+        agree = benchFile(directory, megabytes) && agree;
+    }
+    rmdir(directory.c_str());
+    if (!agree) {
+        std::fprintf(stderr, "\nthe readers disagree about the contents\n");
+        return 1;
+    }
+    return 0;
+}
