@@ -1,0 +1,236 @@
+#include "Host.h"
+
+#include "ExamplePluginApi.h"
+#include "HostError.h"
+#include "PluginLibrary.h"
+#include "ReadableFile.h"
+#include "Text.h"
+
+#include <Tessarine/Configuration.h>
+#include <Tessarine/IniFileReader.h>
+#include <Tessarine/String.h>
+#include <Tessarine/StringVector.h>
+
+#include <csignal>
+#include <iostream>
+#include <vector>
+
+namespace TessarineExamples {
+namespace {
+
+using Tessarine::Configuration;
+using Tessarine::String;
+using Libraries = std::vector<std::unique_ptr<PluginLibrary>>;
+
+// The two callbacks are plain function pointers without a context argument, so what they share
+// with the host lives here. The host runs on one thread; the signal handler only sets a flag.
+volatile std::sig_atomic_t g_Interrupted = 0;
+bool g_Verbose = false;
+std::string g_LastFailure;
+
+void onInterruptSignal(int) {
+    g_Interrupted = 1;
+}
+
+bool interruptSignaler() {
+    return g_Interrupted != 0;
+}
+
+// Failures are kept so that the host's one-line message can say why; everything is shown on
+// request.
+void eventTrigger(char const* i_Event, bool i_Failure) {
+    if (i_Failure) {
+        g_LastFailure = i_Event;
+    }
+    if (g_Verbose) {
+        std::cerr << (i_Failure ? "plug-in failure: " : "plug-in event: ") << i_Event << '\n';
+    }
+}
+
+std::string describe(int32_t i_Result) {
+    std::string text = "code " + std::to_string(i_Result);
+    if (!g_LastFailure.empty()) {
+        text += " (" + g_LastFailure + ")";
+    }
+    return text;
+}
+
+constexpr wchar_t const* EXPRESSION_KEY = L"expression";
+constexpr wchar_t const* SET_PREFIX = L"example-host:";
+
+/// A section of the file as it was recorded: its keys in file order, since a Configuration
+/// cannot list its keys, and the name of the set that holds its values.
+struct RecordedSection {
+    std::wstring m_Name;
+    std::vector<std::wstring> m_Keys;
+    String m_SetName;
+};
+
+/// The Configuration sets of this run. They are destroyed when the run ends, however it ends:
+/// a set lives until the cleanup() of its name, whoever still points at it.
+class RecordedSets {
+public:
+    RecordedSets() = default;
+    RecordedSets(RecordedSets const&) = delete;
+    RecordedSets& operator=(RecordedSets const&) = delete;
+
+    ~RecordedSets() {
+        for (String const& name : m_Names) {
+            Configuration::cleanup(name);
+        }
+    }
+
+    Configuration& create(String const& i_Name) {
+        m_Names.push_back(i_Name);
+        return named(i_Name);
+    }
+
+    static Configuration& named(String const& i_Name) {
+        Configuration* set = nullptr;
+        Configuration::get(i_Name, set);
+        return *set;
+    }
+
+private:
+    std::vector<String> m_Names;
+};
+
+/// Reads the file and copies every section into a set of its own. The reader, and with it the
+/// open file, ends here: from now on the values live in the sets.
+std::vector<RecordedSection> recordFile(std::string const& i_File, RecordedSets& io_Sets) {
+    String const path(i_File.c_str());
+    if (path.length() == 0) {
+        throw HostError("cannot open " + i_File + ": the name does not convert in this locale");
+    }
+    Tessarine::IniFileReader reader(path);
+    std::vector<RecordedSection> sections;
+    for (int index = 0; index < reader.getSectionCount(); ++index) {
+        RecordedSection section{reader.getSectionAt(index), {}, SET_PREFIX};
+        section.m_SetName += section.m_Name.c_str();
+        Configuration& set = io_Sets.create(section.m_SetName);
+        for (int key = 0; key < reader.getKeyCount(section.m_Name); ++key) {
+            section.m_Keys.push_back(reader.getKeyAt(section.m_Name, key));
+            std::wstring value;
+            reader.getProperty(section.m_Name, section.m_Keys.back(), value);
+            set.setProperty(section.m_Keys.back().c_str(), value.c_str());
+        }
+        sections.push_back(std::move(section));
+    }
+    return sections;
+}
+
+void attach(PluginLibrary& io_Library) {
+    Tessarine::Plugin& plugin = io_Library.plugin();
+    plugin.setInterruptSignaler(interruptSignaler);
+    plugin.setEventTrigger(eventTrigger);
+    g_LastFailure.clear();
+    int32_t const result = plugin.initialize();
+    if (result != PLUGIN_OK) {
+        throw HostError("plug-in " + io_Library.path() +
+                        " failed to initialise: " + describe(result));
+    }
+}
+
+/// The first plug-in that advertises the name; else the first plug-in, whose factory then
+/// decides, since advertising is a courtesy and not a condition of leasing.
+Tessarine::Plugin& choosePlugin(Libraries& io_Libraries, String const& i_Name) {
+    for (std::unique_ptr<PluginLibrary>& library : io_Libraries) {
+        Tessarine::StringVector& offered = library->plugin().listExpressions();
+        for (int index = 0; index < offered.length(); ++index) {
+            if (offered[index] == i_Name) {
+                return library->plugin();
+            }
+        }
+    }
+    return io_Libraries.front()->plugin();
+}
+
+/// An expression on lease: taken from the plug-in in the constructor and handed back in the
+/// destructor, so that it returns to the plug-in's pool on every way out.
+class Lease {
+public:
+    Lease(Tessarine::Plugin& io_Plugin, String const& i_Name, std::string const& i_Where)
+        : m_Plugin(io_Plugin), m_Expression(nullptr) {
+        g_LastFailure.clear();
+        int32_t const result = m_Plugin.getExpression(i_Name, &m_Expression);
+        if (result != PLUGIN_OK) {
+            // The place may hold something after a failure; only the result counts.
+            m_Expression = nullptr;
+            throw HostError(i_Where + ": plug-in " + displayText(m_Plugin.getName()) +
+                            " refused expression '" + displayText(i_Name) + "' with " +
+                            describe(result));
+        }
+    }
+    ~Lease() { m_Plugin.disposeExpression(m_Expression); }
+
+    Lease(Lease const&) = delete;
+    Lease& operator=(Lease const&) = delete;
+
+    Tessarine::Expression* operator->() const { return m_Expression; }
+
+private:
+    Tessarine::Plugin& m_Plugin;
+    Tessarine::Expression* m_Expression;
+};
+
+std::string evaluateSection(Libraries& io_Libraries, RecordedSection const& i_Section,
+                            std::string const& i_File) {
+    std::string const where = i_File + " [" + displayText(i_Section.m_Name) + "]";
+    Configuration& set = RecordedSets::named(i_Section.m_SetName);
+    String name;
+    if (set.getProperty(EXPRESSION_KEY, name) != PLUGIN_OK) {
+        throw HostError(where + ": names no expression (key '" + displayText(EXPRESSION_KEY) +
+                        "')");
+    }
+    Lease lease(choosePlugin(io_Libraries, name), name, where);
+    std::string inputs;
+    for (std::wstring const& key : i_Section.m_Keys) {
+        if (key == EXPRESSION_KEY) {
+            continue;
+        }
+        String value;
+        set.getProperty(key.c_str(), value);
+        lease->setProperty(key.c_str(), value);
+        inputs += (inputs.empty() ? "" : ", ") + displayText(key) + "=" + displayText(value);
+    }
+    g_LastFailure.clear();
+    int32_t const result = lease->evaluate();
+    if (result == EXAMPLE_ERROR_INTERRUPTED) {
+        throw HostError("interrupted", 130);
+    }
+    if (result != PLUGIN_OK) {
+        throw HostError(where + ": " + displayText(name) + " failed with " + describe(result));
+    }
+    return "[" + displayText(i_Section.m_Name) + "] " + displayText(lease->getName()) + "(" +
+           inputs + ") = " + displayText(lease->getResult());
+}
+
+} // namespace
+
+void installInterruptHandler() {
+    std::signal(SIGINT, onInterruptSignal);
+}
+
+void runHost(HostOptions const& i_Options, std::ostream& o_Out) {
+    std::string const& file = i_Options.m_File;
+    std::string const reason = unreadableReason(file.c_str());
+    if (!reason.empty()) {
+        throw HostError("cannot open " + file + ": " + reason);
+    }
+    g_Verbose = i_Options.m_Verbose;
+    // Declared in this order so that the plug-ins, with their expressions, go before the sets.
+    RecordedSets sets;
+    std::vector<RecordedSection> const sections = recordFile(file, sets);
+    if (sections.empty()) {
+        throw HostError(file + " asks for no expression: it has no key line");
+    }
+    Libraries libraries = loadPlugins(i_Options.m_PluginDirectory);
+    for (std::unique_ptr<PluginLibrary>& library : libraries) {
+        attach(*library);
+    }
+    for (RecordedSection const& section : sections) {
+        o_Out << evaluateSection(libraries, section, file) << std::endl;
+    }
+}
+
+} // namespace TessarineExamples
