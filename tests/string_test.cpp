@@ -2,14 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include "support/AllocationCounter.h"
+
 #include <climits>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <string>
 
 using Tessarine::String;
+using TessarineTest::CountingAllocations;
 
 namespace {
 
@@ -97,22 +101,39 @@ TEST(StringTest, AssignmentReplacesTheTextAndNeverGivesCapacityBack) {
     EXPECT_EQ(text(s), L"") << "unconvertible text replaces the old one with nothing";
     s = String(L"copied");
     EXPECT_EQ(text(s), L"copied");
-    s = String(static_cast<char const*>(nullptr));
-    EXPECT_EQ(text(s), L"");
-    EXPECT_TRUE(hasRoomFor(s, 20));
-}
-
-TEST(StringTest, SelfAssignmentChangesNothing) {
-    String s(L"same");
-    wchar_t const* const buffer = s;
     String& alias = s;
+    wchar_t const* const buffer = s;
     s = alias;
-    EXPECT_EQ(text(s), L"same");
+    EXPECT_EQ(text(s), L"copied");
     EXPECT_EQ(static_cast<wchar_t const*>(s), buffer);
 }
 
-TEST(StringTest, AppendingOwnTextDoublesIt) {
-    String s(L"abc");
+TEST(StringTest, FailedGrowthLeavesTheStringAsItWas) {
+    if (!TESSARINE_ALLOCATION_FAILURES) {
+        GTEST_SKIP() << "allocations cannot be made to fail under AddressSanitizer";
+    }
+    String s(L"short");
+    wchar_t const* const buffer = s;
+    std::function<void()> const grows[] = {
+        [&] { s += L" and a much longer tail"; },
+        [&] { s += s; },
+        [&] { s = L"a text longer than before"; },
+        [&] { static_cast<void>(String(s)); },
+    };
+    for (auto const& grow : grows) {
+        {
+            CountingAllocations const failing(1);
+            EXPECT_THROW(grow(), std::bad_alloc);
+        }
+        EXPECT_EQ(text(s), L"short");
+        EXPECT_EQ(static_cast<wchar_t const*>(s), buffer);
+    }
+}
+
+TEST(StringTest, AppendingCharactersAndOwnText) {
+    String s(L'a');
+    s += 'b';
+    s += L'c';
     s += s;
     EXPECT_EQ(text(s), L"abcabc");
     s += static_cast<wchar_t const*>(s) + 3;
@@ -142,20 +163,21 @@ TEST(StringTest, AppendingNothingTouchesNoStorage) {
     }
 }
 
-TEST(StringTest, AppendingCharactersAndTexts) {
-    String s;
-    s += L'a';
-    s += 'b';
-    s += L"cd";
-    s += String(L"ef");
-    EXPECT_EQ(text(s), L"abcdef");
-}
-
 struct ComparisonCase {
     wchar_t const* m_Left;
     wchar_t const* m_Right;
     int m_Sign;
 };
+
+template <typename Right>
+void expectOperatorsAgree(String const& i_Left, Right const& i_Right, int i_Sign) {
+    EXPECT_EQ(i_Left == i_Right, i_Sign == 0);
+    EXPECT_EQ(i_Left != i_Right, i_Sign != 0);
+    EXPECT_EQ(i_Left < i_Right, i_Sign < 0);
+    EXPECT_EQ(i_Left <= i_Right, i_Sign <= 0);
+    EXPECT_EQ(i_Left > i_Right, i_Sign > 0);
+    EXPECT_EQ(i_Left >= i_Right, i_Sign >= 0);
+}
 
 TEST(StringTest, ComparisonsFollowCharacterValuesAndRankNullBelow) {
     ComparisonCase const cases[] = {
@@ -169,20 +191,9 @@ TEST(StringTest, ComparisonsFollowCharacterValuesAndRankNullBelow) {
         String const left(c.m_Left);
         int const result = left.Compare(c.m_Right);
         EXPECT_EQ((result > 0) - (result < 0), c.m_Sign);
-        EXPECT_EQ(left == c.m_Right, c.m_Sign == 0);
-        EXPECT_EQ(left != c.m_Right, c.m_Sign != 0);
-        EXPECT_EQ(left < c.m_Right, c.m_Sign < 0);
-        EXPECT_EQ(left <= c.m_Right, c.m_Sign <= 0);
-        EXPECT_EQ(left > c.m_Right, c.m_Sign > 0);
-        EXPECT_EQ(left >= c.m_Right, c.m_Sign >= 0);
+        expectOperatorsAgree(left, c.m_Right, c.m_Sign);
         if (c.m_Right != nullptr) {
-            String const right(c.m_Right);
-            EXPECT_EQ(left == right, c.m_Sign == 0);
-            EXPECT_EQ(left != right, c.m_Sign != 0);
-            EXPECT_EQ(left < right, c.m_Sign < 0);
-            EXPECT_EQ(left <= right, c.m_Sign <= 0);
-            EXPECT_EQ(left > right, c.m_Sign > 0);
-            EXPECT_EQ(left >= right, c.m_Sign >= 0);
+            expectOperatorsAgree(left, String(c.m_Right), c.m_Sign);
         }
     }
 }
@@ -207,13 +218,11 @@ TEST(StringTest, CaseMappingAndReplaceWorkInPlace) {
 
     String empty;
     EXPECT_EQ(text(empty.toLowerCase().toUpperCase().replace(L'a', L'b')), L"");
-}
 
-TEST(StringTest, ReplacingWithZeroCutsTheTextAndClearsLaterOccurrences) {
-    String s(L"abab");
-    s.replace(L'b', L'\0');
-    wchar_t const* const buffer = s;
-    EXPECT_EQ(text(s), L"a");
+    // A zero replacement cuts the text, and every later occurrence is overwritten as well.
+    String cut(L"abab");
+    wchar_t const* const buffer = cut.replace(L'b', L'\0');
+    EXPECT_EQ(text(cut), L"a");
     EXPECT_EQ(buffer[2], L'a');
     EXPECT_EQ(buffer[3], L'\0');
 }
