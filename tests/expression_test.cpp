@@ -143,27 +143,6 @@ TEST(PropertyStorageTest, ValueTakenFromTheListSurvivesGrowthAndReassignment) {
     EXPECT_EQ(lookup(expression, L"b"), L"first");
 }
 
-TEST(PropertyStorageTest, ValueIsReadInPlace) {
-    RecordingExpression expression(L"x");
-    expression.setProperty(L"a", L"1");
-    EXPECT_EQ(expression.getProperty(L"a"), expression.getProperty(L"a"));
-}
-
-TEST(DisposeTest, RunsOnDisposeWhileThePropertiesAreThereThenDeletesThem) {
-    TessarineTest::CallCounts counts;
-    {
-        RecordingExpression expression(L"x", &counts);
-        expression.setProperty(L"a", L"1");
-        expression.setProperty(L"b", L"2");
-        expression.dispose();
-        EXPECT_EQ(expression.m_Disposals, 1);
-        EXPECT_EQ(expression.m_PropertiesAtDispose, 2U);
-        EXPECT_EQ(expression.getProperty(L"a"), nullptr);
-        EXPECT_EQ(expression.propertyCapacity(), 2U);
-    }
-    EXPECT_EQ(counts.m_OnDispose, 1) << "the destructor must not dispose";
-}
-
 // ---- Pool -------------------------------------------------------------------------------
 
 using Entry = std::tuple<std::wstring, Expression*, bool>;
@@ -271,14 +250,6 @@ INSTANTIATE_TEST_SUITE_P(
                     PLUGIN_ERROR_EXPRESSION_NOT_FOUND, Place::NULLED}),
     [](testing::TestParamInfo<PoolFailure> const& i_Info) { return i_Info.param.m_Case; });
 
-TEST(PoolTest, FindsNothingForNull) {
-    PoolScene scene(true);
-    EXPECT_EQ(scene.m_Pool.find(static_cast<wchar_t const*>(nullptr)),
-              scene.m_Pool.m_Expressions.end());
-    EXPECT_EQ(scene.m_Pool.find(static_cast<Expression*>(nullptr)),
-              scene.m_Pool.m_Expressions.end());
-}
-
 TEST(PoolTest, LeasesEntriesOfOneNameFromTheFirstAndThenReportsNone) {
     RecordingExpression one(L"n");
     RecordingExpression two(L"n");
@@ -295,15 +266,6 @@ TEST(PoolTest, LeasesEntriesOfOneNameFromTheFirstAndThenReportsNone) {
     EXPECT_EQ(leased[0], first);
     EXPECT_EQ((std::set<Expression*>{leased[0], leased[1]}), (std::set<Expression*>{&one, &two}));
     EXPECT_EQ(leased[2], nullptr);
-}
-
-TEST(PoolTest, EmptyNameIsAName) {
-    RecordingExpression expression(L"");
-    ExpressionPool pool;
-    ASSERT_EQ(pool.add(L"", &expression, false), PLUGIN_OK);
-    Expression* place = nullptr;
-    EXPECT_EQ(pool.get(L"", &place), PLUGIN_OK);
-    EXPECT_EQ(place, &expression);
 }
 
 TEST(PoolTest, LeasedEntryIsFoundOnlyAfterItsPut) {

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -73,14 +72,6 @@ TEST(LeaseTest, ReusedInstanceStartsWithoutProperties) {
     EXPECT_EQ(recording->m_PropertiesAtDispose, 2U);
 }
 
-TEST(LeaseTest, NamesAreKeptApart) {
-    RecordingPlugin plugin;
-    Expression* const lower = lease(plugin, L"x");
-    ASSERT_EQ(plugin.disposeExpression(lower), PLUGIN_OK);
-    EXPECT_NE(lease(plugin, L"X"), lower);
-    EXPECT_EQ(plugin.m_Calls.m_CreateExpression, 2);
-}
-
 TEST(LeaseTest, RefusedNameGivesTheFactoryCodeAndIsAskedForAgain) {
     RecordingPlugin plugin;
     plugin.m_Factory = [](wchar_t const*, Expression**) { return REFUSED; };
@@ -105,15 +96,16 @@ TEST(LeaseTest, NullArgumentsAreRefusedBeforeAnythingHappens) {
     EXPECT_EQ(plugin.m_Calls.m_OnDispose, 0);
 }
 
-// Factories that fail getExpression, each with the code and the place that the host then sees.
-// The plug-in already has one leased "x"; a failed lease must leave that the only entry.
+// Factories that fail getExpression: what a factory returns and leaves in the place, and the
+// result the host gets then. The place reaches the host as the factory left it. The plug-in
+// already has one leased "x"; a failed lease must leave that the only entry.
+enum class Left { NOTHING, FOREIGN, LEASED };
+
 struct FactoryFailure {
     char const* m_Case;
-    // Given the instance already leased and a foreign one; returns the factory.
-    std::function<RecordingPlugin::Factory(Expression*, Expression*)> m_MakeFactory;
+    int32_t m_FactoryResult;
+    Left m_Left;
     int32_t m_Expected;
-    // Given the same two; the place the host gets back.
-    std::function<Expression*(Expression*, Expression*)> m_Place;
 };
 
 class FactoryFailureTest : public testing::TestWithParam<FactoryFailure> {};
@@ -122,11 +114,18 @@ TEST_P(FactoryFailureTest, PassesTheFailureOnAndLeavesThePoolAlone) {
     RecordingPlugin plugin;
     RecordingExpression foreign(L"f");
     Expression* const leased = lease(plugin, L"x");
-    plugin.m_Factory = GetParam().m_MakeFactory(leased, &foreign);
+    Expression* const left = GetParam().m_Left == Left::FOREIGN  ? &foreign
+                             : GetParam().m_Left == Left::LEASED ? leased
+                                                                 : nullptr;
+    int32_t const result = GetParam().m_FactoryResult;
+    plugin.m_Factory = [left, result](wchar_t const*, Expression** o_Expression) {
+        *o_Expression = left;
+        return result;
+    };
 
     Expression* place = nullptr;
     EXPECT_EQ(plugin.getExpression(L"x", &place), GetParam().m_Expected);
-    EXPECT_EQ(place, GetParam().m_Place(leased, &foreign));
+    EXPECT_EQ(place, left);
 
     // The pool still holds "x" once, leased; the foreign instance is in no entry.
     plugin.m_Factory = nullptr;
@@ -137,31 +136,15 @@ TEST_P(FactoryFailureTest, PassesTheFailureOnAndLeavesThePoolAlone) {
     EXPECT_EQ(plugin.m_Calls.m_DestroyExpression, 1);
 }
 
-RecordingPlugin::Factory yielding(Expression* i_Expression, int32_t i_Result) {
-    return [i_Expression, i_Result](wchar_t const*, Expression** o_Expression) {
-        *o_Expression = i_Expression;
-        return i_Result;
-    };
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Lease, FactoryFailureTest,
-    testing::Values(
-        FactoryFailure{"NonZeroWithEmptyPlace",
-                       [](Expression*, Expression*) { return yielding(nullptr, REFUSED); }, REFUSED,
-                       [](Expression*, Expression*) { return nullptr; }},
-        FactoryFailure{
-            "NonZeroWithAnInstanceLeftInThePlace",
-            [](Expression*, Expression* f) { return yielding(f, PLUGIN_ERROR_INVALID_ARGUMENT); },
-            PLUGIN_ERROR_INVALID_ARGUMENT, [](Expression*, Expression* f) { return f; }},
-        FactoryFailure{"ZeroWithEmptyPlace",
-                       [](Expression*, Expression*) { return yielding(nullptr, PLUGIN_OK); },
-                       PLUGIN_ERROR_INVALID_ARGUMENT,
-                       [](Expression*, Expression*) { return nullptr; }},
-        FactoryFailure{"ZeroWithAnInstanceThePoolHolds",
-                       [](Expression* l, Expression*) { return yielding(l, PLUGIN_OK); },
-                       PLUGIN_ERROR_EXPRESSION_STATE,
-                       [](Expression* l, Expression*) { return l; }}),
+    testing::Values(FactoryFailure{"NonZeroWithEmptyPlace", REFUSED, Left::NOTHING, REFUSED},
+                    FactoryFailure{"NonZeroWithAnInstanceInThePlace", REFUSED, Left::FOREIGN,
+                                   REFUSED},
+                    FactoryFailure{"ZeroWithEmptyPlace", PLUGIN_OK, Left::NOTHING,
+                                   PLUGIN_ERROR_INVALID_ARGUMENT},
+                    FactoryFailure{"ZeroWithAnInstanceThePoolHolds", PLUGIN_OK, Left::LEASED,
+                                   PLUGIN_ERROR_EXPRESSION_STATE}),
     [](testing::TestParamInfo<FactoryFailure> const& i_Info) { return i_Info.param.m_Case; });
 
 // disposeExpression disposes before it asks the pool, so every instance it is given is
