@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/AllocationCounter.h"
+#include "support/ScopedLocale.h"
 
 #include <algorithm>
 #include <clocale>
@@ -19,21 +20,6 @@ using TessarineTest::CountingAllocations;
 
 namespace {
 
-// Switches LC_ALL for one test and puts the previous locale back afterwards.
-class ScopedLocale {
-public:
-    explicit ScopedLocale(char const* i_Name) : m_Previous(std::setlocale(LC_ALL, nullptr)) {
-        if (std::setlocale(LC_ALL, i_Name) == nullptr) {
-            ADD_FAILURE() << "locale " << i_Name << " is not installed";
-        }
-    }
-    ~ScopedLocale() { std::setlocale(LC_ALL, m_Previous.c_str()); }
-    ScopedLocale(ScopedLocale const&) = delete;
-    ScopedLocale& operator=(ScopedLocale const&) = delete;
-
-private:
-    std::string m_Previous;
-};
 
 constexpr wchar_t MARKER[] = L"!!OUT OF BOUNDS!!";
 
