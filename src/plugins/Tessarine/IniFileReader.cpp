@@ -6,6 +6,7 @@
 #include <cstring>
 #include <cwchar>
 #include <iostream>
+#include <tuple>
 
 namespace Tessarine {
 
@@ -18,6 +19,10 @@ wchar_t char_2_wchar(char i_Byte) {
 namespace {
 
 constexpr char BACKSLASH = '\\';
+
+unsigned char byteValue(char i_Byte) {
+    return static_cast<unsigned char>(i_Byte);
+}
 
 uint8_t hexDigit(char i_Byte) {
     if (i_Byte >= '0' && i_Byte <= '9') {
@@ -32,6 +37,10 @@ uint8_t hexDigit(char i_Byte) {
     return 0;
 }
 
+uint8_t hexPair(char const* i_Digits) {
+    return static_cast<uint8_t>(hexDigit(i_Digits[0]) * 16 + hexDigit(i_Digits[1]));
+}
+
 bool isSeparator(char i_Byte) {
     return i_Byte == '=' || i_Byte == ':';
 }
@@ -40,19 +49,89 @@ bool isComment(char i_Byte) {
     return i_Byte == '#' || i_Byte == '!' || i_Byte == ';';
 }
 
+// Position of the first byte at or after i_From that is no white space.
+size_t skipSpace(std::string_view i_Text, size_t i_From, std::array<bool, 256> const& i_Spaces) {
+    while (i_From < i_Text.size() && i_Spaces[byteValue(i_Text[i_From])]) {
+        ++i_From;
+    }
+    return i_From;
+}
+
 // Length of the run of backslashes that ends the text.
 size_t trailingBackslashes(std::string_view i_Text) {
     size_t const last = i_Text.find_last_not_of(BACKSLASH);
     return last == std::string_view::npos ? i_Text.size() : i_Text.size() - last - 1;
 }
 
+// Where the key of a key line ends: at white space, or at a separator that is not escaped by an
+// odd run of backslashes. White space ends it even behind a backslash.
+size_t keyEnd(std::string_view i_Line, std::array<bool, 256> const& i_Spaces) {
+    size_t backslashes = 0;
+    size_t position = 0;
+    for (; position < i_Line.size(); ++position) {
+        char const byte = i_Line[position];
+        if (isSeparator(byte)) {
+            if (backslashes % 2 == 0) {
+                break;
+            }
+        } else if (i_Spaces[byteValue(byte)]) {
+            break;
+        }
+        backslashes = byte == BACKSLASH ? backslashes + 1 : 0;
+    }
+    return position;
+}
+
 // Length of the run of backslashes that ends at i_Position, counted back to the start.
-size_t backslashRunEndingAt(std::string const& i_Text, size_t i_Position) {
+size_t backslashRunEndingAt(std::string_view i_Text, size_t i_Position) {
     size_t count = 0;
     while (count <= i_Position && i_Text[i_Position - count] == BACKSLASH) {
         ++count;
     }
     return count;
+}
+
+// Decodes raw text into o_Out, which has room for i_Raw.size() characters (no sequence is longer
+// decoded than raw), and returns the number of characters written. i_Widen gives the wide
+// character of a byte that stands for itself.
+template <typename Widen>
+size_t decode(std::string_view i_Raw, wchar_t* o_Out, Widen const& i_Widen) {
+    size_t const length = i_Raw.size();
+    wchar_t* out = o_Out;
+    size_t i = 0;
+    while (i < length) {
+        if (i_Raw[i] != BACKSLASH || i + 1 == length) {
+            *out++ = i_Widen(i_Raw[i]);
+            i += 1;
+        } else if (i_Raw[i + 1] != 'u' && i_Raw[i + 1] != 'U') {
+            *out++ = i_Widen(i_Raw[i + 1]);
+            i += 2;
+        } else if (backslashRunEndingAt(i_Raw, i) % 2 == 0 || i + 5 >= length) {
+            // Either this backslash was the last digit of an earlier sequence, or the text is
+            // too short for four digits: the backslash stands for itself.
+            *out++ = i_Widen(BACKSLASH);
+            i += 1;
+        } else {
+            unsigned const high = hexPair(&i_Raw[i + 2]);
+            unsigned const low = hexPair(&i_Raw[i + 4]);
+            *out++ = static_cast<wchar_t>(high * 256 + low);
+            i += 6;
+        }
+    }
+    return static_cast<size_t>(out - o_Out);
+}
+
+// Widens through the table that load() fills once.
+struct TableWiden {
+    std::array<wchar_t, 256> const& table;
+    wchar_t operator()(char i_Byte) const { return table[byteValue(i_Byte)]; }
+};
+
+// Decodes into a reused string; its capacity carries over from one call to the next.
+template <typename Widen>
+void decodeInto(std::string_view i_Raw, std::wstring& o_Text, Widen const& i_Widen) {
+    o_Text.resize(i_Raw.size());
+    o_Text.resize(decode(i_Raw, o_Text.data(), i_Widen));
 }
 
 } // namespace
@@ -69,13 +148,16 @@ bool IniFileReader::NameOrder::operator()(std::wstring_view i_Left,
     return i_Left.size() < i_Right.size();
 }
 
+IniFileReader::Section::Section(std::pmr::memory_resource* i_Arena) : m_Properties(i_Arena) {}
+
 void IniFileReader::FileCloser::operator()(std::FILE* i_File) const {
     std::fclose(i_File);
 }
 
 IniFileReader::IniFileReader(wchar_t const* i_FileName)
-    : m_FileName(i_FileName, std::wcslen(i_FileName)), m_IsOpen(0), m_BufferSize(1000),
-      m_Buffer(new char[m_BufferSize]), m_BufferLength(0), m_BufferPosition(0) {
+    : m_Arena(std::pmr::new_delete_resource()), m_Sections(&m_Arena),
+      m_FileName(i_FileName, std::wcslen(i_FileName)), m_IsOpen(0), m_BufferSize(1000),
+      m_Buffer(new char[m_BufferSize]), m_BufferLength(0), m_BufferPosition(0), m_SpaceTable() {
     load();
 }
 
@@ -87,28 +169,74 @@ int32_t IniFileReader::load() {
     if (open() == 0 || !m_File) {
         return 0;
     }
+    // The locale is asked once per byte value, not once per byte of the file.
+    WidenTable widenTable;
+    for (unsigned value = 0; value < 256; ++value) {
+        char const byte = static_cast<char>(value);
+        m_SpaceTable[value] = is_space(byte) != 0;
+        widenTable[value] = char_2_wchar(byte);
+    }
+    TableWiden const widen{widenTable};
+
     std::string section;
     std::string key;
     std::string value;
+    // The raw header text changes only at headers, so the section is decoded and looked up
+    // again only when it differs from the one of the previous key line.
+    std::string currentRaw;
+    Section* current = nullptr;
+    std::wstring decoded;
     while (get_next_key(section, key, value)) {
-        std::wstring const decodedSection = unescape(section);
-        std::wstring const decodedKey = unescape(key);
-        std::wstring const decodedValue = unescape(value);
-        store(decodedSection, decodedKey, decodedValue);
+        if (current == nullptr || section != currentRaw) {
+            decodeInto(section, decoded, widen);
+            current = &sectionNamed(decoded);
+            currentRaw = section;
+        }
+        decodeInto(key, decoded, widen);
+        storeProperty(*current, decoded, value, widenTable);
     }
+    // The scanner's buffers are only needed while reading.
+    std::string().swap(m_Row);
+    std::string().swap(m_Line);
     return 1;
 }
 
-void IniFileReader::store(std::wstring const& i_Section, std::wstring const& i_Key,
-                          std::wstring const& i_Value) {
-    if (m_Sections.find(i_Section) == m_Sections.end()) {
-        m_SectionNames.push_back(i_Section);
+IniFileReader::Section& IniFileReader::sectionNamed(std::wstring const& i_Name) {
+    auto section = m_Sections.lower_bound(i_Name);
+    if (section == m_Sections.end() || m_Sections.key_comp()(i_Name, section->first)) {
+        Text const name = keep(i_Name);
+        section =
+            m_Sections.emplace_hint(section, std::piecewise_construct, std::forward_as_tuple(name),
+                                    std::forward_as_tuple(&m_Arena));
+        m_SectionNames.push_back(name);
     }
-    Section& section = m_Sections[i_Section];
-    if (section.m_Properties.find(i_Key) == section.m_Properties.end()) {
-        section.m_Keys.push_back(i_Key);
+    return section->second;
+}
+
+void IniFileReader::storeProperty(Section& io_Section, std::wstring const& i_Key,
+                                  std::string const& i_Value, WidenTable const& i_Widen) {
+    // The value is decoded straight into the arena: it never grows in decoding, and it shrinks
+    // only where the raw text has backslashes.
+    auto* const text =
+        static_cast<wchar_t*>(m_Arena.allocate(i_Value.size() * sizeof(wchar_t), alignof(wchar_t)));
+    Text const value(text, decode(i_Value, text, TableWiden{i_Widen}));
+
+    auto& properties = io_Section.m_Properties;
+    auto property = properties.lower_bound(i_Key);
+    if (property == properties.end() || properties.key_comp()(i_Key, property->first)) {
+        Text const key = keep(i_Key);
+        properties.emplace_hint(property, key, value);
+        io_Section.m_Keys.push_back(key);
+    } else {
+        property->second = value;
     }
-    section.m_Properties[i_Key] = i_Value;
+}
+
+IniFileReader::Text IniFileReader::keep(std::wstring_view i_Text) {
+    auto* const text =
+        static_cast<wchar_t*>(m_Arena.allocate(i_Text.size() * sizeof(wchar_t), alignof(wchar_t)));
+    std::wmemcpy(text, i_Text.data(), i_Text.size());
+    return Text(text, i_Text.size());
 }
 
 int32_t IniFileReader::getSectionCount() {
@@ -119,7 +247,7 @@ std::wstring IniFileReader::getSectionAt(int i_Index) {
     if (i_Index < 0 || static_cast<size_t>(i_Index) >= m_SectionNames.size()) {
         return std::wstring();
     }
-    return m_SectionNames[static_cast<size_t>(i_Index)];
+    return std::wstring(m_SectionNames[static_cast<size_t>(i_Index)]);
 }
 
 int32_t IniFileReader::getKeyCount(std::wstring const& i_Section) {
@@ -133,7 +261,7 @@ std::wstring IniFileReader::getKeyAt(std::wstring const& i_Section, int i_Index)
         static_cast<size_t>(i_Index) >= section->second.m_Keys.size()) {
         return std::wstring();
     }
-    return section->second.m_Keys[static_cast<size_t>(i_Index)];
+    return std::wstring(section->second.m_Keys[static_cast<size_t>(i_Index)]);
 }
 
 int32_t IniFileReader::getProperty(std::wstring const& i_Section, std::wstring const& i_Key,
@@ -146,42 +274,26 @@ int32_t IniFileReader::getProperty(std::wstring const& i_Section, std::wstring c
     if (property == section->second.m_Properties.end()) {
         return 0;
     }
-    o_Value = property->second;
+    o_Value.assign(property->second);
     return 1;
 }
 
 std::wstring IniFileReader::unescape(std::string const& i_Text) {
     std::wstring result;
-    size_t const length = i_Text.size();
-    size_t i = 0;
-    while (i < length) {
-        if (i_Text[i] != BACKSLASH || i + 1 == length) {
-            result += char_2_wchar(i_Text[i]);
-            i += 1;
-        } else if (i_Text[i + 1] != 'u' && i_Text[i + 1] != 'U') {
-            result += char_2_wchar(i_Text[i + 1]);
-            i += 2;
-        } else if (backslashRunEndingAt(i_Text, i) % 2 == 0 || i + 5 >= length) {
-            // Either this backslash was the last digit of an earlier sequence, or the text is
-            // too short for four digits: the backslash stands for itself.
-            result += char_2_wchar(BACKSLASH);
-            i += 1;
-        } else {
-            unsigned const high = hex2char(&i_Text[i + 2]);
-            unsigned const low = hex2char(&i_Text[i + 4]);
-            result += static_cast<wchar_t>(high * 256 + low);
-            i += 6;
-        }
-    }
+    decodeInto(i_Text, result, char_2_wchar);
     return result;
 }
 
 uint8_t IniFileReader::hex2char(char const* i_Digits) {
-    return static_cast<uint8_t>(hexDigit(i_Digits[0]) * 16 + hexDigit(i_Digits[1]));
+    return hexPair(i_Digits);
 }
 
 int IniFileReader::open() {
+    // Closing an earlier stream first keeps a second load() from leaking it; the buffer is
+    // emptied with it, so the new stream is read from its own start.
     m_File.reset();
+    m_BufferLength = 0;
+    m_BufferPosition = 0;
     int32_t const length = static_cast<int32_t>(std::wcstombs(nullptr, m_FileName.c_str(), 0));
     if (length <= 0) {
         return m_IsOpen;
@@ -199,7 +311,7 @@ int IniFileReader::open() {
 }
 
 int IniFileReader::is_space(char const& i_Byte) {
-    return std::isspace(static_cast<unsigned char>(i_Byte));
+    return std::isspace(byteValue(i_Byte));
 }
 
 bool IniFileReader::get_char(char& o_Byte) {
@@ -226,9 +338,20 @@ bool IniFileReader::get_row(std::string& o_Row) {
             break;
         }
         o_Row += byte;
+        // What is left of the row in the buffer is taken in one step; get_char comes back
+        // for the LF, or for the refill when the row goes on beyond the buffer.
+        char const* const start = m_Buffer.get() + m_BufferPosition;
+        size_t const available = m_BufferLength - m_BufferPosition;
+        auto const* const lineFeed = static_cast<char const*>(std::memchr(start, '\n', available));
+        size_t const taken =
+            lineFeed == nullptr ? available : static_cast<size_t>(lineFeed - start);
+        o_Row.append(start, taken);
+        m_BufferPosition += static_cast<uint32_t>(taken);
     }
     if (!o_Row.empty()) {
-        o_Row.erase(0, o_Row.find_first_not_of('\r'));
+        if (o_Row.front() == '\r') {
+            o_Row.erase(0, o_Row.find_first_not_of('\r'));
+        }
         size_t const last = o_Row.find_last_not_of('\r');
         o_Row.erase(last == std::string::npos ? 0 : last + 1);
     }
@@ -236,26 +359,17 @@ bool IniFileReader::get_row(std::string& o_Row) {
 }
 
 bool IniFileReader::get_line(std::string& o_Line) {
-    std::string row;
-    if (!get_row(row)) {
+    if (!get_row(m_Row)) {
         return false;
     }
-    auto const dropLeadingSpace = [this](std::string& io_Row) {
-        size_t start = 0;
-        while (start < io_Row.size() && is_space(io_Row[start]) != 0) {
-            ++start;
-        }
-        io_Row.erase(0, start);
-    };
-    dropLeadingSpace(row);
-    o_Line = row;
+    o_Line.assign(m_Row, skipSpace(m_Row, 0, m_SpaceTable));
     if (trailingBackslashes(o_Line) % 2 == 0) {
         return true;
     }
     o_Line.pop_back();
-    std::string next;
-    while (get_row(next)) {
-        dropLeadingSpace(next);
+    while (get_row(m_Row)) {
+        std::string_view const next =
+            std::string_view(m_Row).substr(skipSpace(m_Row, 0, m_SpaceTable));
         if (next.empty()) {
             return true;
         }
@@ -270,56 +384,34 @@ bool IniFileReader::get_line(std::string& o_Line) {
 
 bool IniFileReader::get_next_key(std::string& io_Section, std::string& o_Key,
                                  std::string& o_Value) {
-    std::string line;
     for (;;) {
-        if (!get_line(line)) {
+        if (!get_line(m_Line)) {
             return false;
         }
-        if (line.empty() || isComment(line[0])) {
+        if (m_Line.empty() || isComment(m_Line[0])) {
             continue;
         }
-        if (line[0] == '[') {
-            size_t const end = line.find(']', 1);
-            io_Section.assign(line, 1, end == std::string::npos ? std::string::npos : end - 1);
-            continue;
-        }
-        break;
-    }
-    // The key ends at white space, or at a separator that is not escaped by an odd run of
-    // backslashes; white space ends it even behind a backslash.
-    size_t const length = line.size();
-    size_t position = 0;
-    size_t backslashes = 0;
-    for (; position < length; ++position) {
-        char const byte = line[position];
-        if (isSeparator(byte)) {
-            if (backslashes % 2 == 0) {
-                break;
-            }
-        } else if (is_space(byte) != 0) {
+        if (m_Line[0] != '[') {
             break;
         }
-        backslashes = byte == BACKSLASH ? backslashes + 1 : 0;
+        size_t const end = m_Line.find(']', 1);
+        io_Section.assign(m_Line, 1, end == std::string::npos ? std::string::npos : end - 1);
     }
-    size_t const keyEnd = position;
-    auto const skipSpace = [&] {
-        while (position < length && is_space(line[position]) != 0) {
-            ++position;
-        }
-    };
+    size_t const length = m_Line.size();
+    size_t const keyLength = keyEnd(m_Line, m_SpaceTable);
+    size_t position = keyLength;
     if (position < length) {
-        if (isSeparator(line[position])) {
+        if (isSeparator(m_Line[position])) {
             ++position;
         } else {
-            skipSpace();
-            if (position < length && isSeparator(line[position])) {
+            position = skipSpace(m_Line, position, m_SpaceTable);
+            if (position < length && isSeparator(m_Line[position])) {
                 ++position;
             }
         }
     }
-    skipSpace();
-    o_Key.assign(line, 0, keyEnd);
-    o_Value.assign(line, position, std::string::npos);
+    o_Key.assign(m_Line, 0, keyLength);
+    o_Value.assign(m_Line, skipSpace(m_Line, position, m_SpaceTable));
     return true;
 }
 

@@ -3,10 +3,12 @@
 
 #include "Tessarine/Constants.h"
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +34,11 @@ namespace Tessarine {
 /// character facet of `std::wcout`'s locale. Both are sampled at the start of each load.
 ///
 /// The stream stays open until the reader is destroyed; nothing reads from it after load().
+///
+/// Storage: every decoded name and value is written once into an arena that the reader owns
+/// (m_Arena), together with the nodes of its maps; the arrays and maps hold views of that text.
+/// A key thus costs one copy of its text however many indexes refer to it, and the store is
+/// released in one piece when the reader goes.
 ///
 /// Decisions on the edges of the lifecycle:
 /// - A second load() closes the stream of the first one before it opens the file again, reads
@@ -76,20 +83,29 @@ public:
     uint8_t hex2char(char const* i_Digits);
 
 private:
-    /// Orders wide names by wmemcmp over the common length, then by length.
+    /// Decoded text held in m_Arena.
+    using Text = std::wstring_view;
+
+    /// Orders wide names by wmemcmp over the common length, then by length. Transparent, so a
+    /// std::wstring is looked up as it is.
     struct NameOrder {
         using is_transparent = void;
         bool operator()(std::wstring_view i_Left, std::wstring_view i_Right) const;
     };
 
     struct Section {
-        std::vector<std::wstring> m_Keys;
-        std::map<std::wstring, std::wstring, NameOrder> m_Properties;
+        explicit Section(std::pmr::memory_resource* i_Arena);
+        /// The keys in the order of their first appearance.
+        std::vector<Text> m_Keys;
+        std::pmr::map<Text, Text, NameOrder> m_Properties;
     };
 
     struct FileCloser {
         void operator()(std::FILE* i_File) const;
     };
+
+    /// Which wide character each byte value stands for.
+    using WidenTable = std::array<wchar_t, 256>;
 
     int open();
     int is_space(char const& i_Byte);
@@ -98,11 +114,16 @@ private:
     bool get_line(std::string& o_Line);
     bool get_next_key(std::string& io_Section, std::string& o_Key, std::string& o_Value);
 
-    void store(std::wstring const& i_Section, std::wstring const& i_Key,
-               std::wstring const& i_Value);
+    Section& sectionNamed(std::wstring const& i_Name);
+    void storeProperty(Section& io_Section, std::wstring const& i_Key, std::string const& i_Value,
+                       WidenTable const& i_Widen);
+    Text keep(std::wstring_view i_Text);
 
-    std::vector<std::wstring> m_SectionNames;
-    std::map<std::wstring, Section, NameOrder> m_Sections;
+    /// Holds the store's text and map nodes; declared first, so it outlives everything in it.
+    std::pmr::monotonic_buffer_resource m_Arena;
+    /// The section names in the order of their first key line.
+    std::vector<Text> m_SectionNames;
+    std::pmr::map<Text, Section, NameOrder> m_Sections;
     std::wstring m_FileName;
     uint8_t m_IsOpen;
     std::unique_ptr<std::FILE, FileCloser> m_File;
@@ -110,6 +131,11 @@ private:
     std::unique_ptr<char[]> m_Buffer;
     uint32_t m_BufferLength;
     uint32_t m_BufferPosition;
+    /// Which byte values are white space: isspace, asked once per value at the start of load().
+    std::array<bool, 256> m_SpaceTable;
+    /// The scanner's row and line, kept so that their capacity serves every line of a load.
+    std::string m_Row;
+    std::string m_Line;
 };
 
 } // namespace Tessarine
