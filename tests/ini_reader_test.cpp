@@ -1,8 +1,9 @@
 #include <Tessarine/IniFileReader.h>
 
+#include "support/ScopedLocale.h"
+
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -96,9 +97,9 @@ std::vector<Entry> read(std::string const& i_Bytes) {
     return contents(reader);
 }
 
+// White space and the conversion of the path follow LC_CTYPE: tests run under "C".
 class IniReader : public ::testing::Test {
-protected:
-    void SetUp() override { std::setlocale(LC_ALL, "C"); }
+    ScopedLocale const m_Locale{"C"};
 };
 
 struct SyntaxCase {
@@ -320,7 +321,7 @@ TEST_F(IniReader, PathIsConvertedInTheCurrentLocale) {
     std::wstring const path =
         widened(file.path().substr(0, file.path().size() - suffix.size())) + L"-\u00e9.ini";
     EXPECT_EQ(IniFileReader(path.c_str()).getSectionCount(), 0); // "C" cannot convert it
-    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+    ScopedLocale const utf8("C.UTF-8");
     EXPECT_EQ(IniFileReader(path.c_str()).getSectionCount(), 1);
 }
 
