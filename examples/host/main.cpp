@@ -45,7 +45,11 @@ bool parseArguments(int i_Count, char** i_Arguments, TessarineExamples::HostOpti
             o_Help = true;
         } else if (std::strcmp(argument, "--verbose") == 0) {
             o_Options.m_Verbose = true;
-        } else if (std::strcmp(argument, "--plugins") == 0 && index + 1 < i_Count) {
+        } else if (std::strcmp(argument, "--plugins") == 0) {
+            if (index + 1 == i_Count) {
+                std::cerr << PROGRAM << ": --plugins needs a directory\n";
+                return false;
+            }
             o_Options.m_PluginDirectory = i_Arguments[++index];
         } else if (argument[0] == '-' || !o_Options.m_File.empty()) {
             std::cerr << PROGRAM << ": unexpected argument " << argument << '\n';
@@ -69,7 +73,7 @@ int main(int argc, char** argv) {
     TessarineExamples::HostOptions options;
     bool help = false;
     if (!parseArguments(argc, argv, options, help)) {
-        std::cerr << USAGE;
+        std::cerr << "try '" << PROGRAM << " --help'\n";
         return 2;
     }
     if (help) {
