@@ -127,6 +127,13 @@ struct TableWiden {
     wchar_t operator()(char i_Byte) const { return table[byteValue(i_Byte)]; }
 };
 
+// One search for a name: where it is in the map, or where it belongs, and whether it is there.
+template <typename Map>
+std::pair<typename Map::iterator, bool> locate(Map& io_Map, std::wstring_view i_Name) {
+    auto const at = io_Map.lower_bound(i_Name);
+    return {at, at != io_Map.end() && !io_Map.key_comp()(i_Name, at->first)};
+}
+
 // Decodes into a reused string; its capacity carries over from one call to the next.
 template <typename Widen>
 void decodeInto(std::string_view i_Raw, std::wstring& o_Text, Widen const& i_Widen) {
@@ -202,8 +209,8 @@ int32_t IniFileReader::load() {
 }
 
 IniFileReader::Section& IniFileReader::sectionNamed(std::wstring const& i_Name) {
-    auto section = m_Sections.lower_bound(i_Name);
-    if (section == m_Sections.end() || m_Sections.key_comp()(i_Name, section->first)) {
+    auto [section, found] = locate(m_Sections, i_Name);
+    if (!found) {
         Text const name = keep(i_Name);
         section =
             m_Sections.emplace_hint(section, std::piecewise_construct, std::forward_as_tuple(name),
@@ -217,26 +224,27 @@ void IniFileReader::storeProperty(Section& io_Section, std::wstring const& i_Key
                                   std::string const& i_Value, WidenTable const& i_Widen) {
     // The value is decoded straight into the arena: it never grows in decoding, and it shrinks
     // only where the raw text has backslashes.
-    auto* const text =
-        static_cast<wchar_t*>(m_Arena.allocate(i_Value.size() * sizeof(wchar_t), alignof(wchar_t)));
+    wchar_t* const text = newText(i_Value.size());
     Text const value(text, decode(i_Value, text, TableWiden{i_Widen}));
 
-    auto& properties = io_Section.m_Properties;
-    auto property = properties.lower_bound(i_Key);
-    if (property == properties.end() || properties.key_comp()(i_Key, property->first)) {
-        Text const key = keep(i_Key);
-        properties.emplace_hint(property, key, value);
-        io_Section.m_Keys.push_back(key);
-    } else {
+    auto [property, found] = locate(io_Section.m_Properties, i_Key);
+    if (found) {
         property->second = value;
+        return;
     }
+    Text const key = keep(i_Key);
+    io_Section.m_Properties.emplace_hint(property, key, value);
+    io_Section.m_Keys.push_back(key);
 }
 
 IniFileReader::Text IniFileReader::keep(std::wstring_view i_Text) {
-    auto* const text =
-        static_cast<wchar_t*>(m_Arena.allocate(i_Text.size() * sizeof(wchar_t), alignof(wchar_t)));
+    wchar_t* const text = newText(i_Text.size());
     std::wmemcpy(text, i_Text.data(), i_Text.size());
     return Text(text, i_Text.size());
+}
+
+wchar_t* IniFileReader::newText(std::size_t i_Length) {
+    return static_cast<wchar_t*>(m_Arena.allocate(i_Length * sizeof(wchar_t), alignof(wchar_t)));
 }
 
 int32_t IniFileReader::getSectionCount() {

@@ -117,7 +117,10 @@ private:
     Section& sectionNamed(std::wstring const& i_Name);
     void storeProperty(Section& io_Section, std::wstring const& i_Key, std::string const& i_Value,
                        WidenTable const& i_Widen);
+    /// A copy of the text in the arena.
     Text keep(std::wstring_view i_Text);
+    /// Room for that many characters in the arena.
+    wchar_t* newText(std::size_t i_Length);
 
     /// Holds the store's text and map nodes; declared first, so it outlives everything in it.
     std::pmr::monotonic_buffer_resource m_Arena;
