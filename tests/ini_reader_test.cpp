@@ -1,12 +1,15 @@
 #include <Tessarine/IniFileReader.h>
 
+#include "support/AllocationCounter.h"
 #include "support/ScopedLocale.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
+#include <new>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -336,6 +339,37 @@ TEST_F(IniReader, SecondLoadMergesAndNeverReadsAClosedStream) {
     EXPECT_EQ(reader.load(), 0);
     EXPECT_EQ(reader.getKeyCount(L""), 3);
 }
+
+#if TESSARINE_ALLOCATION_FAILURES
+size_t openDescriptors() {
+    auto const entries = std::filesystem::directory_iterator("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(entries), end(entries)));
+}
+
+// Whichever allocation of the constructor fails, the stream does not stay open behind it.
+TEST_F(IniReader, FailedAllocationInTheConstructorReleasesTheStream) {
+    TempFile const file("[s]\nk=v\nlong=" + std::string(3000, 'x') + "\n");
+    std::wstring const path = widened(file.path());
+    long allocations = 0;
+    {
+        TessarineTest::CountingAllocations const counting;
+        IniFileReader const reader(path.c_str());
+        allocations = counting.count();
+    }
+    size_t const before = openDescriptors();
+    int failures = 0;
+    for (long failAt = 1; failAt <= allocations; ++failAt) {
+        try {
+            TessarineTest::CountingAllocations const failing(failAt);
+            IniFileReader const reader(path.c_str());
+        } catch (std::bad_alloc const&) {
+            ++failures;
+        }
+        EXPECT_EQ(openDescriptors(), before) << "allocation " << failAt;
+    }
+    EXPECT_GT(failures, 0);
+}
+#endif
 
 // Where a refill of the 1000-byte read buffer falls must not change what is read: a long row,
 // a CR LF pair and a continuation split by a refill, and files that end at the buffer's end.
