@@ -2,9 +2,8 @@
 // boost::property_tree's read_ini and a physical baseline (fread of the whole file and a count
 // of its lines). Run from the repository root, in one command:
 //
-//   bench/setup-ini-bench.sh && cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release
-//     -DTESSARINE_BUILD_BENCH=ON -DTESSARINE_BUILD_TESTS=OFF -DTESSARINE_BUILD_EXAMPLES=OFF &&
-//     cmake --build build/bench --target ini_bench && build/bench/bench/ini_bench
+//   bench/setup-ini-bench.sh && cmake --preset bench &&
+//     cmake --build --preset bench --target ini_bench && build/bench/bench/ini_bench
 //
 // Arguments: the sizes of the generated files in MB, 1 20 100 when none are given. The files
 // hold what every reader understands alike: `[section]` headers, `key = value` lines, `;`

@@ -5,18 +5,16 @@
 set -euo pipefail
 seconds=${1:?usage: run-ini-fuzz.sh SECONDS}
 root=$(cd "$(dirname "$0")/.." && pwd)
-build=${TESSARINE_FUZZ_BUILD_DIR:-$root/build/fuzz}
+cd "$root"
 
-"$root/tools/ensure-packages.sh" clang libclang-rt-14-dev cmake ninja-build
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=clang++ \
-    -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESSARINE_BUILD_FUZZ=ON -DTESSARINE_BUILD_TESTS=OFF \
-    -DTESSARINE_BUILD_EXAMPLES=OFF >/dev/null
-cmake --build "$build" --target ini_fuzz
+tools/ensure-packages.sh clang libclang-rt-14-dev cmake ninja-build
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz --target ini_fuzz
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/ini-fuzz.XXXXXX")
 cp -r "$root/fuzz/corpus/ini" "$work/corpus"
 # Inputs up to 8 KiB, so that rows, continuations and CR LF pairs cross buffer refills.
-if "$build/fuzz/ini_fuzz" -max_total_time="$seconds" -max_len=8192 -timeout=10 \
+if build/fuzz/fuzz/ini_fuzz -max_total_time="$seconds" -max_len=8192 -timeout=10 \
     -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$work/" "$work/corpus" \
     >"$work/log" 2>&1; then
     tail -n 15 "$work/log"
