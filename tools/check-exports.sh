@@ -10,7 +10,7 @@ status=0
 
 unexpected=$(grep -v -E '^(typeinfo for |typeinfo name for |vtable for )?Tessarine::|^PLUGIN_' <<<"$symbols" |
     grep -v -E '^(_init|_fini)$' || true)
-internal=$(grep -E 'anonymous namespace|char_2_wchar|__assert_fail' <<<"$symbols" || true)
+internal=$(grep -E 'anonymous namespace|char_2_wchar|__assert_fail|::(FileCloser|NameOrder)::|::(keep|newText|sectionNamed|storeProperty|addEmptyElement)\(' <<<"$symbols" || true)
 if [ -n "$unexpected$internal" ]; then
     echo "unexpected exported symbols:"
     printf '%s\n' "$unexpected" "$internal" | sed '/^$/d'

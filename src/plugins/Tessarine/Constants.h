@@ -8,6 +8,8 @@
 // vtables and type information of the exported classes shared with plug-ins that are built
 // with hidden visibility themselves.
 #define TESSARINE_API __attribute__((visibility("default")))
+// Members of exported classes that only the library itself calls: kept out of the export table.
+#define TESSARINE_LOCAL __attribute__((visibility("hidden")))
 
 /// @file
 /// Result codes and the constants exported for plug-in hosts.

@@ -90,18 +90,18 @@ private:
     /// std::wstring is looked up as it is.
     struct NameOrder {
         using is_transparent = void;
-        bool operator()(std::wstring_view i_Left, std::wstring_view i_Right) const;
+        TESSARINE_LOCAL bool operator()(std::wstring_view i_Left, std::wstring_view i_Right) const;
     };
 
     struct Section {
-        explicit Section(std::pmr::memory_resource* i_Arena);
+        TESSARINE_LOCAL explicit Section(std::pmr::memory_resource* i_Arena);
         /// The keys in the order of their first appearance.
         std::vector<Text> m_Keys;
         std::pmr::map<Text, Text, NameOrder> m_Properties;
     };
 
     struct FileCloser {
-        void operator()(std::FILE* i_File) const;
+        TESSARINE_LOCAL void operator()(std::FILE* i_File) const;
     };
 
     /// Which wide character each byte value stands for.
@@ -114,13 +114,13 @@ private:
     bool get_line(std::string& o_Line);
     bool get_next_key(std::string& io_Section, std::string& o_Key, std::string& o_Value);
 
-    Section& sectionNamed(std::wstring const& i_Name);
-    void storeProperty(Section& io_Section, std::wstring const& i_Key, std::string const& i_Value,
-                       WidenTable const& i_Widen);
+    TESSARINE_LOCAL Section& sectionNamed(std::wstring const& i_Name);
+    TESSARINE_LOCAL void storeProperty(Section& io_Section, std::wstring const& i_Key,
+                                       std::string const& i_Value, WidenTable const& i_Widen);
     /// A copy of the text in the arena.
-    Text keep(std::wstring_view i_Text);
+    TESSARINE_LOCAL Text keep(std::wstring_view i_Text);
     /// Room for that many characters in the arena.
-    wchar_t* newText(std::size_t i_Length);
+    TESSARINE_LOCAL wchar_t* newText(std::size_t i_Length);
 
     /// Holds the store's text and map nodes; declared first, so it outlives everything in it.
     std::pmr::monotonic_buffer_resource m_Arena;

@@ -109,7 +109,7 @@ public:
     bool operator>=(wchar_t const* i_Text) const;
 
 private:
-    void addEmptyElement();
+    TESSARINE_LOCAL void addEmptyElement();
 
     String m_Value;
     int m_Count;
