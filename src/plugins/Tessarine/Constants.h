@@ -3,12 +3,12 @@
 
 #include <cstdint>
 
-// Everything the shared object exports carries this mark; the library is built with hidden
-// visibility, so whatever lacks it stays inside. Users see the same mark, which keeps the
-// vtables and type information of the exported classes shared with plug-ins that are built
-// with hidden visibility themselves.
+/// Everything the shared object exports carries this mark; the library is built with hidden
+/// visibility, so whatever lacks it stays inside. Users see the same mark, which keeps the
+/// vtables and type information of the exported classes shared with plug-ins that are built
+/// with hidden visibility themselves.
 #define TESSARINE_API __attribute__((visibility("default")))
-// Members of exported classes that only the library itself calls: kept out of the export table.
+/// Members of exported classes that only the library itself calls: kept out of the export table.
 #define TESSARINE_LOCAL __attribute__((visibility("hidden")))
 
 /// @file

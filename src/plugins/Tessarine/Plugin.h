@@ -33,11 +33,14 @@ public:
     Plugin(Plugin const&) = delete;
     Plugin& operator=(Plugin const&) = delete;
 
-    // The four host-facing operations: their meaning is agreed between host and plug-in.
+    /// The plug-in's name, version, description and vendor, for the host. The library never
+    /// calls them; what the texts say is agreed between host and plug-in.
+    ///@{
     virtual wchar_t const* getName() = 0;
     virtual wchar_t const* getVersion() = 0;
     virtual wchar_t const* getDescription() = 0;
     virtual wchar_t const* getVendor() = 0;
+    ///@}
 
     /// Returns what onInitialize() returned.
     int32_t initialize();
@@ -65,12 +68,18 @@ public:
     /// in the next call. Leasing neither reads nor writes it.
     StringVector& listExpressions();
 
+    /// Stores and hands out the host's callbacks; both start at null, and null is stored like
+    /// any other value. The library never calls them: their meaning is agreed between host and
+    /// plug-in.
+    ///@{
     void setInterruptSignaler(InterruptSignaler i_Signaler);
     InterruptSignaler getInterruptSignaler();
     void setEventTrigger(EventTrigger i_Trigger);
     EventTrigger getEventTrigger();
+    ///@}
 
 protected:
+    /// Called by initialize(), which returns its result.
     virtual int32_t onInitialize() = 0;
     /// Runs while every instance is still in the pool.
     virtual void onCleanup() = 0;

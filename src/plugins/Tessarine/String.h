@@ -26,6 +26,7 @@ public:
     String();
     /// Holds the one character; a zero character gives the empty text.
     String(wchar_t i_Character);
+    /// A copy of the text; null or empty text gives the empty text.
     String(wchar_t const* i_Text);
     /// Converts through mbstowcs; a null or unconvertible text gives the empty text.
     String(char const* i_Text);
@@ -33,17 +34,28 @@ public:
     String(String const& i_Other);
     virtual ~String();
 
+    /// Replaces the text; the capacity grows when needed and never falls. A null text, a
+    /// source without text and multibyte text that does not convert all give the empty text;
+    /// assigning a String to itself changes nothing.
+    ///@{
     String& operator=(String const& i_Other);
     String& operator=(wchar_t const* i_Text);
     String& operator=(char const* i_Text);
+    ///@}
 
     /// A new String of both texts; neither operand changes.
     String operator+(String const& i_Other);
+    /// Appends the text, growing to the exact size needed. A null or empty text, a zero
+    /// character and a byte that does not convert in LC_CTYPE append nothing.
+    ///@{
     String& operator+=(String const& i_Other);
     String& operator+=(wchar_t const* i_Text);
     String& operator+=(wchar_t i_Character);
     String& operator+=(char i_Character);
+    ///@}
 
+    /// Compares by Compare(): by character value, and a null text is always greater.
+    ///@{
     bool operator==(String const& i_Other) const;
     bool operator==(wchar_t const* i_Text) const;
     bool operator!=(String const& i_Other) const;
@@ -56,6 +68,7 @@ public:
     bool operator>(wchar_t const* i_Text) const;
     bool operator>=(String const& i_Other) const;
     bool operator>=(wchar_t const* i_Text) const;
+    ///@}
 
     /// Orders by character value (wcscmp). A null argument gives -1, whatever the text.
     int Compare(wchar_t const* i_Text) const;
@@ -67,8 +80,11 @@ public:
 
     /// Removes leading and trailing white space (iswspace) in place.
     String& trim();
+    /// Maps every character with towlower() or towupper() in place.
+    ///@{
     String& toLowerCase();
     String& toUpperCase();
+    ///@}
     /// Overwrites every occurrence of the first character with the second, in place.
     String& replace(wchar_t i_From, wchar_t i_To);
 
@@ -81,8 +97,10 @@ public:
     static char* getMultibyteString(wchar_t const* i_Text);
     /// Orders by the locale (strcoll of the multibyte forms). A null left side gives 0 against
     /// null and -1 against anything else; a null right side counts as the empty text.
+    ///@{
     static int collate(wchar_t const* i_Left, wchar_t const* i_Right);
     static int collate(String const& i_Left, String const& i_Right);
+    ///@}
 
 private:
     void Create(unsigned int i_Size);

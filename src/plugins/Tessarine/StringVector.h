@@ -25,8 +25,10 @@ public:
 
     /// Adds a copy of the text at the end; a null text adds an empty String.
     /// PLUGIN_ERROR_OUT_OF_MEMORY when the slot array cannot grow (nothing changes then).
+    ///@{
     int addString(wchar_t const* i_Text);
     int addString(String const& i_Text);
+    ///@}
     /// Destroys one String and closes the gap; spare Strings move down with the rest.
     int removeString(int i_Index);
     /// Sets the count to 0 and keeps every String for reuse.
@@ -43,6 +45,7 @@ public:
 
     /// Makes room for at least that many slots (the next power of two).
     int resizeBuffer(int i_Wanted);
+    /// The number of live strings; readers walk the vector by index from 0 below it.
     int length() const;
 
 private:

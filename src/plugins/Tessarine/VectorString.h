@@ -48,6 +48,7 @@ public:
     VectorString(VectorString const& i_Other);
     virtual ~VectorString();
 
+    /// Takes the other's text and count; assigning a list to itself changes nothing.
     VectorString& operator=(VectorString const& i_Other);
 
     /// Adds one element, the raw text, escaping it. A null or empty text adds an empty element.
@@ -88,12 +89,16 @@ public:
     static void toVector(wchar_t const* i_Text, StringVector& o_Vector);
 
     /// Equality looks at the texts alone, never at the counts.
+    ///@{
     bool operator==(VectorString const& i_Other) const;
     bool operator!=(VectorString const& i_Other) const;
+    ///@}
     /// Order looks at the counts first: the list with fewer elements is the lesser, whatever
     /// the texts; at equal counts the texts decide by String::operator<.
+    ///@{
     bool operator<(VectorString const& i_Other) const;
     bool operator>(VectorString const& i_Other) const;
+    ///@}
     /// `<` or `==`: equal texts suffice, whatever the counts.
     bool operator<=(VectorString const& i_Other) const;
     /// `>` or `==`: equal texts suffice, whatever the counts.
@@ -101,12 +106,14 @@ public:
 
     /// Comparisons with a wide text see the escaped text: the list of the one element `a,b`
     /// equals `a\,b`, not `a,b`.
+    ///@{
     bool operator==(wchar_t const* i_Text) const;
     bool operator!=(wchar_t const* i_Text) const;
     bool operator<(wchar_t const* i_Text) const;
     bool operator<=(wchar_t const* i_Text) const;
     bool operator>(wchar_t const* i_Text) const;
     bool operator>=(wchar_t const* i_Text) const;
+    ///@}
 
 private:
     TESSARINE_LOCAL void addEmptyElement();
