@@ -31,13 +31,7 @@ struct AllocationWatch {
     long m_FailAt = 0;
 
     /// Counts the allocation now asked for and tells whether it is to fail.
-    bool failNow() {
-        if (!m_Counting) {
-            return false;
-        }
-        ++m_Count;
-        return m_Count == m_FailAt;
-    }
+    bool failNow() { return m_Counting && ++m_Count == m_FailAt; }
 };
 
 inline AllocationWatch g_AllocationWatch;
@@ -79,12 +73,10 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*i_MallocHook)(vo
 
 namespace TessarineTest {
 
-inline void countAllocation(void const volatile*, std::size_t) {
-    g_AllocationWatch.failNow();
-}
-inline void ignoreRelease(void const volatile*) {}
-inline int const g_AllocationHooks =
-    __sanitizer_install_malloc_and_free_hooks(&countAllocation, &ignoreRelease);
+// Counts every allocation the sanitizer makes; releases are of no interest.
+inline int const g_AllocationHooks = __sanitizer_install_malloc_and_free_hooks(
+    [](void const volatile*, std::size_t) { g_AllocationWatch.failNow(); },
+    [](void const volatile*) {});
 
 } // namespace TessarineTest
 #endif
