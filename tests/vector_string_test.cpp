@@ -5,6 +5,8 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 using Tessarine::StringVector;
@@ -13,10 +15,7 @@ using Tessarine::VectorString;
 namespace {
 
 using Texts = std::vector<std::wstring>;
-
-std::wstring textOf(VectorString const& i_List) {
-    return static_cast<wchar_t const*>(i_List);
-}
+Texts const NONE;
 
 Texts textsOf(StringVector const& i_Vector) {
     Texts texts;
@@ -26,96 +25,62 @@ Texts textsOf(StringVector const& i_Vector) {
     return texts;
 }
 
-Texts parsed(wchar_t const* i_Text) {
-    StringVector vector;
-    VectorString::toVector(i_Text, vector);
-    return textsOf(vector);
+Texts elementsOf(VectorString const& i_List) {
+    return textsOf(*std::unique_ptr<StringVector>(i_List.getVector()));
 }
 
-// Each element is added with +=; a null pointer stands for a null element.
-VectorString listOf(std::vector<wchar_t const*> const& i_Elements) {
+// Each element added with +=.
+VectorString listOf(Texts const& i_Elements) {
     VectorString list;
-    for (wchar_t const* element : i_Elements) {
-        list += element;
+    for (std::wstring const& element : i_Elements) {
+        list += element.c_str();
     }
     return list;
 }
 
-Texts elementsOf(VectorString const& i_List) {
-    std::unique_ptr<StringVector> vector(i_List.getVector());
-    return textsOf(*vector);
+// The list holds the elements: it counts them, and its text reads back as them, except that
+// the empty text of a list of one empty element reads as no element.
+void expectHolds(VectorString const& i_List, Texts const& i_Elements) {
+    EXPECT_EQ(i_List.length(), static_cast<int>(i_Elements.size()));
+    bool const readsAsNone = i_Elements.size() == 1 && i_Elements[0].empty();
+    EXPECT_EQ(elementsOf(i_List), readsAsNone ? NONE : i_Elements);
 }
 
-struct BuildCase {
-    std::vector<wchar_t const*> added;
-    wchar_t const* text;
-    int length;
-    Texts parsed;
-};
-
-TEST(VectorStringTest, ElementsAddedOneByOneGiveTheEscapedText) {
-    BuildCase const cases[] = {
-        {{}, L"", 0, {}},
-        {{L""}, L"", 1, {}},
-        {{nullptr}, L"", 1, {}},
-        {{L"", nullptr}, L",", 2, {L"", L""}},
-        {{L"a"}, L"a", 1, {L"a"}},
-        {{L"a", L"b"}, L"a,b", 2, {L"a", L"b"}},
-        {{L"a,b"}, L"a\\,b", 1, {L"a,b"}},
-        {{L"a\\b"}, L"a\\\\b", 1, {L"a\\b"}},
-        {{L"a", L""}, L"a,", 2, {L"a", L""}},
-        {{L"", L"a"}, L",a", 2, {L"", L"a"}},
-        {{L",", L"\\", L",\\,"}, L"\\,,\\\\,\\,\\\\\\,", 3, {L",", L"\\", L",\\,"}},
-    };
-    for (BuildCase const& c : cases) {
-        SCOPED_TRACE(c.text);
-        VectorString list = listOf(c.added);
-        EXPECT_EQ(textOf(list), c.text);
-        EXPECT_EQ(list.length(), c.length);
-        EXPECT_EQ(elementsOf(list), c.parsed);
-    }
-}
-
-TEST(VectorStringTest, NarrowElementsAreConvertedAndEscaped) {
-    VectorString list;
-    list += "a,b";
-    list += static_cast<char const*>(nullptr);
-    EXPECT_EQ(textOf(list), L"a\\,b,");
-    EXPECT_EQ(list.length(), 2);
-}
-
-TEST(VectorStringTest, ToVectorSplitsAtUnescapedSeparators) {
-    struct {
-        wchar_t const* text;
-        Texts elements;
-    } const cases[] = {
-        {nullptr, {}},
-        {L"", {}},
-        {L"a,", {L"a", L""}},
-        {L",", {L"", L""}},
-        {L",,", {L"", L"", L""}},
-        {L"a\\", {L"a"}},
-        {L"\\", {L""}},
-        {L"\\x", {L"x"}},
-        {L"\\\\", {L"\\"}},
-        {L"\\,", {L","}},
-        {L"a\\,b,c\\\\,", {L"a,b", L"c\\", L""}},
-    };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.text == nullptr ? L"(null)" : c.text);
-        EXPECT_EQ(parsed(c.text), c.elements);
-    }
-}
-
-TEST(VectorStringTest, ToVectorLeavesOnlyTheParsedElements) {
+// toVector empties the vector first; append adds the elements it reads, as += would.
+void expectParsed(wchar_t const* i_Text, Texts const& i_Elements) {
+    SCOPED_TRACE(testing::Message() << "parsing " << i_Text);
     StringVector vector;
-    for (wchar_t const* stale : {L"one", L"two", L"three"}) {
-        vector.addString(stale);
+    vector.addString(L"stale");
+    VectorString::toVector(i_Text, vector);
+    EXPECT_EQ(textsOf(vector), i_Elements);
+    VectorString const appended = VectorString().append(i_Text);
+    EXPECT_EQ(std::wstring(appended), std::wstring(listOf(i_Elements)));
+    EXPECT_EQ(appended.length(), static_cast<int>(i_Elements.size()));
+}
+
+TEST(VectorStringTest, ElementsGiveTheEscapedTextAndItReadsBackAsThem) {
+    std::pair<Texts, wchar_t const*> const added[] = {
+        {NONE, L""},           {{L""}, L""},           {{L"", L""}, L","},   {{L"a", L"b"}, L"a,b"},
+        {{L"a,b"}, L"a\\,b"},  {{L"a\\b"}, L"a\\\\b"}, {{L"a", L""}, L"a,"}, {{L"", L"a"}, L",a"},
+        {{L",\\"}, L"\\,\\\\"}};
+    for (auto const& [elements, text] : added) {
+        VectorString const list = listOf(elements);
+        EXPECT_EQ(std::wstring(list), text);
+        expectHolds(list, elements);
+        expectParsed(text, elementsOf(list));
     }
-    VectorString::toVector(L"x,y", vector);
-    EXPECT_EQ(textsOf(vector), (Texts{L"x", L"y"}));
-    VectorString::toVector(nullptr, vector);
-    EXPECT_EQ(vector.length(), 0);
+    // More texts: a lone escape at the end is dropped, any other character behind an escape
+    // stands for itself.
+    std::pair<wchar_t const*, Texts> const parsedOnly[] = {
+        {nullptr, NONE}, {L"a\\", {L"a"}}, {L"\\", {L""}}, {L"\\x", {L"x"}}};
+    for (auto const& [text, elements] : parsedOnly) {
+        expectParsed(text, elements);
+    }
+    VectorString odd; // null and narrow elements, a narrow list text
+    odd += static_cast<wchar_t const*>(nullptr);
+    (odd += "a,b") += static_cast<char const*>(nullptr);
+    EXPECT_EQ(std::wstring(odd.append("c,d")), L",a\\,b,,c,d");
+    expectHolds(odd, {L"", L"a,b", L"", L"c", L"d"});
 }
 
 // Random lists over an alphabet rich in separators and escapes: whatever is added with +=
@@ -132,156 +97,63 @@ TEST(VectorStringTest, RandomListsRoundTrip) {
         }
         return elements;
     };
-    auto build = [](Texts const& i_Elements) {
-        VectorString list;
-        for (std::wstring const& element : i_Elements) {
-            list += element.c_str();
-        }
-        return list;
-    };
     for (int round = 0; round < 3000; ++round) {
-        Texts const first = randomElements();
-        Texts const second = randomElements();
-        VectorString list = build(first);
-        SCOPED_TRACE(textOf(list));
-        // One empty element is the one list whose text reads back as no element.
-        bool const readsAsEmpty = first.size() == 1 && first[0].empty();
-        EXPECT_EQ(elementsOf(list), readsAsEmpty ? Texts{} : first);
-
-        VectorString reparsed;
-        reparsed.append(static_cast<wchar_t const*>(list));
-        EXPECT_EQ(textOf(reparsed), textOf(list));
-        EXPECT_EQ(reparsed.length(), readsAsEmpty ? 0 : list.length());
+        Texts const first = randomElements(), second = randomElements();
+        VectorString list = listOf(first);
+        SCOPED_TRACE(std::wstring(list));
+        expectHolds(list, first);
+        expectParsed(list, elementsOf(list));
 
         Texts joined = first;
         joined.insert(joined.end(), second.begin(), second.end());
-        list.append(build(second));
-        EXPECT_EQ(list.length(), static_cast<int>(joined.size()));
-        EXPECT_EQ(elementsOf(list), joined);
+        expectHolds(list.append(listOf(second)), joined);
     }
 }
 
-TEST(VectorStringTest, AppendTextTakesAnEscapedList) {
-    struct {
-        wchar_t const* appended;
-        wchar_t const* text;
-        int length;
-    } const cases[] = {
-        {nullptr, L"", 0},   {L"", L"", 0},           {L"\\x", L"x", 1}, {L"a\\", L"a", 1},
-        {L"a,b", L"a,b", 2}, {L"a\\,b", L"a\\,b", 1}, {L",", L",", 2},
-    };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.text);
-        VectorString list;
-        list.append(c.appended);
-        EXPECT_EQ(textOf(list), c.text);
-        EXPECT_EQ(list.length(), c.length);
+// The operators that hold between the two, in the order == != < <= > >=.
+template <typename Right> std::string holding(VectorString const& i_Left, Right const& i_Right) {
+    std::string const all = std::string(i_Left == i_Right ? " ==" : "") +
+                            (i_Left != i_Right ? " !=" : "") + ((i_Left < i_Right) ? " <" : "") +
+                            (i_Left <= i_Right ? " <=" : "") + ((i_Left > i_Right) ? " >" : "") +
+                            (i_Left >= i_Right ? " >=" : "");
+    return all.substr(1);
+}
+
+// Between lists the counts decide < and > first, while == looks at the texts alone; a wide
+// text is compared with the escaped text.
+TEST(VectorStringTest, ComparisonsLookAtTheCountFirst) {
+    std::tuple<Texts, Texts, char const*> const lists[] = {
+        {{}, {L""}, "== < <= >="},          {{L""}, {}, "== <= > >="},
+        {{L"a"}, {L"a"}, "== <= >="},       {{L"a"}, {L"b"}, "!= < <="},
+        {{L"b"}, {L"a"}, "!= > >="},        {{L"z"}, {L"a", L"a"}, "!= < <="},
+        {{L"a", L"b"}, {L"a,b"}, "!= > >="}};
+    for (auto const& [left, right, expected] : lists) {
+        EXPECT_EQ(holding(listOf(left), listOf(right)), expected)
+            << testing::PrintToString(left) << " against " << testing::PrintToString(right);
     }
-    VectorString list;
-    list.append(static_cast<char const*>(nullptr)).append("a,b");
+    std::pair<wchar_t const*, char const*> const texts[] = {
+        {L"a\\,b", "== <= >="}, {L"a,b", "!= > >="}, {L"b", "!= < <="}, {nullptr, "!= < <="}};
+    for (auto const& [text, expected] : texts) {
+        EXPECT_EQ(holding(listOf({L"a,b"}), text), expected) << text;
+    }
+}
+
+// Copies and assignments take text and count; appending a list to itself changes nothing, and
+// appending an empty list adds a separator when there are elements (after reset, there are
+// none).
+TEST(VectorStringTest, WholeListsCopyAppendAndReset) {
+    VectorString list = listOf({L"a", L"b"}), assigned = listOf({L"x"});
+    assigned = list;
+    list.append(list);
+    VectorString copy(list);
+    for (VectorString const* same : {&list, &assigned, &copy}) {
+        expectHolds(*same, {L"a", L"b"});
+    }
+    EXPECT_EQ(std::wstring(list.append(VectorString())), L"a,b,");
     EXPECT_EQ(list.length(), 2);
-}
-
-TEST(VectorStringTest, AppendListJoinsTheTextsAsTheyStand) {
-    struct {
-        std::vector<wchar_t const*> target, appended;
-        wchar_t const* text;
-        int length;
-    } const cases[] = {
-        {{L"x"}, {}, L"x,", 1},
-        {{}, {}, L"", 0},
-        {{}, {L"a", L"b"}, L"a,b", 2},
-        {{L"a"}, {L"b,", L"c"}, L"a,b\\,,c", 3},
-    };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.text);
-        VectorString list = listOf(c.target);
-        list.append(listOf(c.appended));
-        EXPECT_EQ(textOf(list), c.text);
-        EXPECT_EQ(list.length(), c.length);
-    }
-    // The separator added for an empty list shows as a second element.
-    EXPECT_EQ(elementsOf(listOf({L"x"}).append(VectorString())), (Texts{L"x", L""}));
-
-    VectorString self = listOf({L"a", L"b"});
-    self.append(self);
-    EXPECT_EQ(textOf(self), L"a,b");
-    EXPECT_EQ(self.length(), 2);
-}
-
-struct Ordering {
-    bool eq, ne, lt, le, gt, ge;
-};
-
-template <typename Right>
-void expectOrdering(VectorString const& i_Left, Right const& i_Right, Ordering const& i_Expected) {
-    EXPECT_EQ(i_Left == i_Right, i_Expected.eq);
-    EXPECT_EQ(i_Left != i_Right, i_Expected.ne);
-    EXPECT_EQ(i_Left < i_Right, i_Expected.lt);
-    EXPECT_EQ(i_Left <= i_Right, i_Expected.le);
-    EXPECT_EQ(i_Left > i_Right, i_Expected.gt);
-    EXPECT_EQ(i_Left >= i_Right, i_Expected.ge);
-}
-
-// The counts decide < and > first, while == looks at the texts alone.
-TEST(VectorStringTest, ListsCompareByCountThenText) {
-    struct {
-        std::vector<wchar_t const*> left, right;
-        Ordering expected;
-    } const cases[] = {
-        {{}, {L""}, {true, false, true, true, false, true}},
-        {{L""}, {}, {true, false, false, true, true, true}},
-        {{L"a"}, {L"a"}, {true, false, false, true, false, true}},
-        {{L"a"}, {L"b"}, {false, true, true, true, false, false}},
-        {{L"b"}, {L"a"}, {false, true, false, false, true, true}},
-        {{L"z"}, {L"a", L"a"}, {false, true, true, true, false, false}},
-        {{L"a", L"b"}, {L"a,b"}, {false, true, false, false, true, true}},
-    };
-    for (auto const& c : cases) {
-        VectorString const left = listOf(c.left);
-        VectorString const right = listOf(c.right);
-        SCOPED_TRACE(textOf(left) + L" against " + textOf(right));
-        expectOrdering(left, right, c.expected);
-    }
-}
-
-TEST(VectorStringTest, WideTextsCompareWithTheEscapedText) {
-    struct {
-        wchar_t const* text;
-        Ordering expected;
-    } const cases[] = {
-        {L"a\\,b", {true, false, false, true, false, true}},
-        {L"a,b", {false, true, false, false, true, true}},
-        {L"b", {false, true, true, true, false, false}},
-        {nullptr, {false, true, true, true, false, false}},
-    };
-    VectorString const list = listOf({L"a,b"});
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.text == nullptr ? L"(null)" : c.text);
-        expectOrdering(list, c.text, c.expected);
-    }
-}
-
-TEST(VectorStringTest, CopiesAreIndependentAndResetStartsOver) {
-    VectorString original = listOf({L"a", L"b"});
-    VectorString copy(original);
-    copy += L"c";
-    EXPECT_EQ(textOf(original), L"a,b");
-    EXPECT_EQ(textOf(copy), L"a,b,c");
-
-    VectorString assigned = listOf({L"x"});
-    assigned = original;
-    VectorString const& itself = assigned;
-    assigned = itself;
-    EXPECT_EQ(textOf(assigned), L"a,b");
-    EXPECT_EQ(assigned.length(), 2);
-
-    original.reset();
-    EXPECT_EQ(original.length(), 0);
-    ASSERT_NE(static_cast<wchar_t const*>(original), nullptr);
-    EXPECT_EQ(textOf(original), L"");
-    original += L"d";
-    EXPECT_EQ(textOf(original), L"d");
+    list.reset();
+    EXPECT_EQ(std::wstring(list.append(VectorString()) += L"d"), L"d");
+    EXPECT_EQ(list.length(), 1);
 }
 
 } // namespace
