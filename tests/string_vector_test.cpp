@@ -123,7 +123,7 @@ TEST(StringVectorTest, SortGivesTheCollateOrderBothWays) {
     v.sort(false);
     for (int i = 0; i < 500; ++i) {
         std::wstring text;
-        for (unsigned n = random() % 5; n > 0; --n) {
+        for (auto n = random() % 5; n > 0; --n) {
             text += alphabet[random() % alphabet.size()];
         }
         ASSERT_EQ(v.addString(text.c_str()), PLUGIN_OK);

@@ -91,7 +91,7 @@ TEST(VectorStringTest, RandomListsRoundTrip) {
     auto randomElements = [&] {
         Texts elements(1 + random() % 6);
         for (std::wstring& element : elements) {
-            for (unsigned size = random() % 7; size > 0; --size) {
+            for (auto size = random() % 7; size > 0; --size) {
                 element += alphabet[random() % alphabet.size()];
             }
         }

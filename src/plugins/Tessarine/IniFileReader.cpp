@@ -164,7 +164,8 @@ void IniFileReader::FileCloser::operator()(std::FILE* i_File) const {
 IniFileReader::IniFileReader(wchar_t const* i_FileName)
     : m_Arena(std::pmr::new_delete_resource()), m_Sections(&m_Arena),
       m_FileName(i_FileName, std::wcslen(i_FileName)), m_IsOpen(0), m_BufferSize(1000),
-      m_Buffer(new char[m_BufferSize]), m_BufferLength(0), m_BufferPosition(0), m_SpaceTable() {
+      m_Buffer(new char[static_cast<size_t>(m_BufferSize)]), m_BufferLength(0), m_BufferPosition(0),
+      m_SpaceTable() {
     load();
 }
 
