@@ -1,5 +1,5 @@
 # bench/ini_bench compares IniFileReader with other INI readers; it is built only where they are
-# all installed (bench/setup-ini-bench.sh installs them).
+# all installed (on Debian: libinih-dev libsimpleini-dev libboost-dev libicu-dev).
 find_package(PkgConfig QUIET)
 if(PKG_CONFIG_FOUND)
     pkg_check_modules(INI_BENCH_INIH QUIET IMPORTED_TARGET inih)
@@ -19,5 +19,5 @@ if(INI_BENCH_INIH_FOUND AND INI_BENCH_SIMPLEINI_FOUND AND INI_BENCH_ICU_FOUND AN
                           tessarine_warnings)
 else()
     message(STATUS "ini_bench is not built: inih, SimpleIni, ICU or boost property_tree is "
-                   "missing (bench/setup-ini-bench.sh installs them)")
+                   "missing (on Debian: libinih-dev libsimpleini-dev libboost-dev libicu-dev)")
 endif()

@@ -2,8 +2,8 @@
 // boost::property_tree's read_ini and a physical baseline (fread of the whole file and a count
 // of its lines). Run from the repository root, in one command:
 //
-//   bench/setup-ini-bench.sh && cmake --preset bench &&
-//     cmake --build --preset bench --target ini_bench && build/bench/bench/ini_bench
+//   cmake --preset bench && cmake --build --preset bench --target ini_bench &&
+//     build/bench/bench/ini_bench
 //
 // Arguments: the sizes of the generated files in MB, 1 20 100 when none are given. The files
 // hold what every reader understands alike: `[section]` headers, `key = value` lines, `;`

@@ -7,7 +7,13 @@ seconds=${1:?usage: run-ini-fuzz.sh SECONDS}
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 
-tools/ensure-packages.sh clang libclang-rt-14-dev cmake ninja-build
+tools/require.sh run-ini-fuzz clang++ cmake ninja
+if ! clang++ -x c++ -fsanitize=fuzzer -o /dev/null - 2>/dev/null <<<'
+extern "C" int LLVMFuzzerTestOneInput(unsigned char const*, unsigned long) { return 0; }'; then
+    echo "run-ini-fuzz: clang++ $(clang++ -dumpversion) cannot link libFuzzer programs;" \
+        "its runtime libraries are not installed" >&2
+    exit 1
+fi
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz --target ini_fuzz
 

@@ -1,20 +1,33 @@
 #!/usr/bin/env bash
-# Installs the Debian packages named on the command line that are not installed yet.
-# Used by the build, test and demo scripts so that a fresh machine needs no manual set-up.
+# Installs the Debian packages named on the command line that are not installed yet, with
+# apt-get (as root, or through sudo). Only the README's two commands and CI install anything;
+# every other script says what is missing and stops.
+# The name clang-runtime stands for the sanitizer and libFuzzer runtimes of the clang that is
+# installed (libclang-rt-NN-dev for clang NN), so that it follows clang's version.
+#   usage: tools/ensure-packages.sh PACKAGE... [clang-runtime]
 set -euo pipefail
 
-missing=()
-for pkg in "$@"; do
-    dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed" || missing+=("$pkg")
-done
-[ ${#missing[@]} -eq 0 ] && exit 0
+install() {
+    local missing=() pkg
+    for pkg in "$@"; do
+        dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed" ||
+            missing+=("$pkg")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    echo "Installing: ${missing[*]}"
+    local sudo=
+    [ "$(id -u)" -eq 0 ] || sudo=sudo
+    export DEBIAN_FRONTEND=noninteractive
+    $sudo apt-get update -qq
+    $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
 
-echo "Installing: ${missing[*]}"
-if [ "$(id -u)" -ne 0 ]; then
-    sudo=sudo
-else
-    sudo=
+packages=()
+runtime=no
+for pkg in "$@"; do
+    if [ "$pkg" = clang-runtime ]; then runtime=yes; else packages+=("$pkg"); fi
+done
+install "${packages[@]}"
+if [ $runtime = yes ]; then
+    install "libclang-rt-$(clang++ -dumpversion | cut -d. -f1)-dev"
 fi
-export DEBIAN_FRONTEND=noninteractive
-$sudo apt-get update -qq
-$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
