@@ -121,6 +121,8 @@ TEST(PoolTest, LeasesFreeEntriesRefusesWithoutChangeAndRemovesEveryEntry) {
     EXPECT_TRUE(refused(empty.get(L"n", &place), PLUGIN_ERROR_EXPRESSION_NOT_FOUND, true));
     EXPECT_TRUE(refused(pool.remove(nullptr), PLUGIN_ERROR_INVALID_ARGUMENT));
     EXPECT_TRUE(refused(empty.remove(&place), PLUGIN_ERROR_EXPRESSION_NOT_FOUND, true));
+    // find is open to callers: a null name finds nothing, free entries of other names in place.
+    EXPECT_EQ(pool.find(static_cast<wchar_t const*>(nullptr)), pool.m_Expressions.end());
 
     // remove takes leased and free entries alike, each once, and forgets them.
     std::multiset<Expression*> removed;

@@ -50,8 +50,8 @@ public:
     static std::map<String, Configuration*> m_Configurations;
 
 private:
-    Configuration();
-    ~Configuration();
+    TESSARINE_LOCAL Configuration();
+    TESSARINE_LOCAL ~Configuration();
     Configuration(Configuration const&) = delete;
     Configuration& operator=(Configuration const&) = delete;
 

@@ -84,10 +84,8 @@ ExpressionPool::Entries::iterator ExpressionPool::find(wchar_t const* i_Name) {
                         });
 }
 
+// add() enters no null instance, so null finds nothing without a test of its own.
 ExpressionPool::Entries::iterator ExpressionPool::find(Expression* i_Expression) {
-    if (i_Expression == nullptr) {
-        return m_Expressions.end();
-    }
     return std::find_if(m_Expressions.begin(), m_Expressions.end(),
                         [i_Expression](ExpressionInfo const* i_Entry) {
                             return i_Entry->m_Expression == i_Expression;

@@ -107,12 +107,13 @@ private:
     /// Which wide character each byte value stands for.
     using WidenTable = std::array<wchar_t, 256>;
 
-    int open();
-    int is_space(char const& i_Byte);
-    bool get_char(char& o_Byte);
-    bool get_row(std::string& o_Row);
-    bool get_line(std::string& o_Line);
-    bool get_next_key(std::string& io_Section, std::string& o_Key, std::string& o_Value);
+    TESSARINE_LOCAL int open();
+    TESSARINE_LOCAL int is_space(char const& i_Byte);
+    TESSARINE_LOCAL bool get_char(char& o_Byte);
+    TESSARINE_LOCAL bool get_row(std::string& o_Row);
+    TESSARINE_LOCAL bool get_line(std::string& o_Line);
+    TESSARINE_LOCAL bool get_next_key(std::string& io_Section, std::string& o_Key,
+                                      std::string& o_Value);
 
     TESSARINE_LOCAL Section& sectionNamed(std::wstring const& i_Name);
     TESSARINE_LOCAL void storeProperty(Section& io_Section, std::wstring const& i_Key,

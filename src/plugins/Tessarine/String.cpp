@@ -48,6 +48,11 @@ using MultibyteText = std::unique_ptr<char, FreeText>;
 
 } // namespace
 
+// Only the destructor leaves m_Buffer null, so no live String has a null buffer. A String of
+// static storage can still be reached after its destructor ran at exit, from another static
+// object's destructor: Realloc, the copy constructor (for its source), Compare, trim and toLong
+// take that case without touching memory.
+
 void String::Create(unsigned int i_Size) {
     m_Size = 0;
     m_Buffer = nullptr;
@@ -67,7 +72,8 @@ void String::Realloc(unsigned int i_Size) {
         return;
     }
     // Exactly the size asked for: callers always write their own terminator, so the new bytes
-    // are left as they come. A failed realloc keeps the old buffer, and so the old text.
+    // are left as they come. A failed realloc keeps the old buffer, and so the old text. A null
+    // buffer (a destroyed String) is given a zeroed one.
     void* const buffer =
         m_Buffer != nullptr ? std::realloc(m_Buffer, i_Size) : std::calloc(1, i_Size);
     if (buffer == nullptr) {
@@ -103,13 +109,15 @@ String::String(char const* i_Text) {
     }
     Create(bytesFor(length));
     std::size_t const written = std::mbstowcs(m_Buffer, i_Text, length + 1);
+    // The text converted a moment ago: this fails only if another thread changed the locale
+    // in between.
     if (written == static_cast<std::size_t>(-1) || written == 0) {
         m_Buffer[0] = L'\0';
     }
 }
 
 String::String(String const& i_Other) {
-    if (i_Other.m_Buffer == nullptr) {
+    if (i_Other.m_Buffer == nullptr) { // a destroyed String
         Create(EMPTY_SIZE);
         return;
     }
@@ -150,6 +158,7 @@ String& String::operator=(char const* i_Text) {
     unsigned int const size = bytesFor(length);
     Realloc(size);
     std::memset(m_Buffer, 0, size);
+    // As in the constructor, the second conversion fails only under a locale changed meanwhile.
     if (length != 0 &&
         std::mbstowcs(m_Buffer, i_Text, length + 1) == static_cast<std::size_t>(-1)) {
         m_Buffer[0] = L'\0';
@@ -241,7 +250,7 @@ bool String::operator>=(wchar_t const* i_Text) const {
 }
 
 int String::Compare(wchar_t const* i_Text) const {
-    if (m_Buffer == nullptr) {
+    if (m_Buffer == nullptr) { // a destroyed String
         return i_Text == nullptr ? 0 : -1;
     }
     // A String is never equal to, nor above, a missing text: containers keyed by String rely
@@ -261,7 +270,7 @@ String::operator wchar_t const*() const {
 }
 
 String& String::trim() {
-    if (m_Buffer == nullptr || *m_Buffer == L'\0') {
+    if (m_Buffer == nullptr || *m_Buffer == L'\0') { // null: a destroyed String
         return *this;
     }
     std::size_t const length = std::wcslen(m_Buffer);
@@ -308,7 +317,7 @@ String& String::replace(wchar_t i_From, wchar_t i_To) {
 }
 
 bool String::toLong(long& o_Value, bool i_WholeText) {
-    if (m_Buffer == nullptr) {
+    if (m_Buffer == nullptr) { // a destroyed String
         return false;
     }
     wchar_t* end = nullptr;
@@ -334,6 +343,7 @@ char* String::getMultibyteString(wchar_t const* i_Text) {
         if (std::wcstombs(text, i_Text, length) != static_cast<std::size_t>(-1)) {
             return text;
         }
+        // Measured a moment ago: only a locale changed by another thread gets here.
         std::free(text);
     }
     char* const empty = strdup("");

@@ -103,8 +103,8 @@ public:
     ///@}
 
 private:
-    void Create(unsigned int i_Size);
-    void Realloc(unsigned int i_Size);
+    TESSARINE_LOCAL void Create(unsigned int i_Size);
+    TESSARINE_LOCAL void Realloc(unsigned int i_Size);
 
     wchar_t* m_Buffer;
     unsigned int m_Size;

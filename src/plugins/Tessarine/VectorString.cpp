@@ -41,10 +41,9 @@ VectorString::VectorString(VectorString const& i_Other) : m_Count(i_Other.m_Coun
 VectorString::~VectorString() = default;
 
 VectorString& VectorString::operator=(VectorString const& i_Other) {
-    if (this != &i_Other) {
-        m_Value = i_Other.m_Value;
-        m_Count = i_Other.m_Count;
-    }
+    // Safe for the object itself: String's assignment leaves its own text alone.
+    m_Value = i_Other.m_Value;
+    m_Count = i_Other.m_Count;
     return *this;
 }
 
@@ -102,10 +101,8 @@ VectorString& VectorString::append(wchar_t const* i_Text) {
     return *this;
 }
 
+// A null text converts to the empty one, which holds no element.
 VectorString& VectorString::append(char const* i_Text) {
-    if (i_Text == nullptr) {
-        return *this;
-    }
     String converted(i_Text);
     return append(static_cast<wchar_t const*>(converted));
 }
