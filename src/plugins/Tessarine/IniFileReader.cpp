@@ -197,16 +197,14 @@ int32_t IniFileReader::load() {
     std::string section;
     std::string key;
     std::string value;
-    // The raw header text changes only at headers, so the section is decoded and looked up
-    // again only when it differs from the one of the previous key line.
-    std::string currentRaw;
     Section* current = nullptr;
     std::wstring decoded;
+    m_HeaderRead = false;
     while (get_next_key(section, key, value)) {
-        if (current == nullptr || section != currentRaw) {
+        if (current == nullptr || m_HeaderRead) {
             decodeInto(section, decoded, widen);
             current = &sectionNamed(decoded);
-            currentRaw = section;
+            m_HeaderRead = false;
         }
         decodeInto(key, decoded, widen);
         storeProperty(*current, decoded, value, widenTable);
@@ -415,6 +413,7 @@ bool IniFileReader::get_next_key(std::string& io_Section, std::string& o_Key,
         }
         size_t const end = m_Line.find(']', 1);
         io_Section.assign(m_Line, 1, end == std::string::npos ? std::string::npos : end - 1);
+        m_HeaderRead = true;
     }
     size_t const length = m_Line.size();
     size_t const keyLength = keyEnd(m_Line, m_SpaceTable);

@@ -139,6 +139,9 @@ private:
     /// The scanner's row and line, kept so that their capacity serves every line of a load.
     std::string m_Row;
     std::string m_Line;
+    /// Set by get_next_key() at every header, so that the section is decoded and looked up
+    /// again only when it may have changed, never by comparing its text.
+    bool m_HeaderRead;
 };
 
 } // namespace Tessarine
