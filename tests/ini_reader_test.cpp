@@ -333,6 +333,21 @@ TEST_F(IniReader, RefillsAreInvisible) {
               L"[" + w + L"]" + w + L"|" + w + L";");
 }
 
+// A key line costs the same however long the header above it: the old code compared the header
+// with the previous one on every key line and took minutes here (the test's time limit fails it).
+TEST_F(IniReader, LongHeaderDoesNotSlowItsKeys) {
+    std::string const name(1 << 24, 's');
+    std::string text = "[" + name + "]\n";
+    for (int line = 0; line < 1 << 18; ++line) {
+        text += "k=v\n";
+    }
+    TempFile const file(text + "k=last");
+    IniFileReader reader(file.wide().c_str());
+    std::wstring value;
+    EXPECT_EQ(reader.getProperty(widened(name), L"k", value), 1);
+    EXPECT_EQ(value, L"last");
+}
+
 TEST_F(IniReader, ReadsARealisticFile) {
     char const* dir = std::getenv("TESSARINE_TEST_DATA");
     ASSERT_NE(dir, nullptr);

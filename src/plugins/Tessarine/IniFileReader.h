@@ -15,40 +15,41 @@
 
 namespace Tessarine {
 
-/// Reads one sectioned properties file, whole, while it is constructed, and then answers from
-/// memory: the sections in the order of their first key line, the keys of a section in the
-/// order of their first appearance, and the value of a key (the last one given wins).
+/// Reads one properties file whole while it is constructed, and then answers from memory. The
+/// format is described in @ref properties-format (docs/properties-format.md).
 ///
-/// File format, in short: rows end at LF (CRs around a row are dropped); a row ending in an odd
-/// run of backslashes goes on in the next row; a logical line starting with `#`, `!` or `;` is a
-/// comment, one starting with `[` a section header, anything else a key line `key=value`,
-/// `key: value` or `key value`. Names and values are decoded by unescape(). Keys before the
-/// first header belong to the section with the empty name. The format has no invalid line.
+/// ```cpp
+/// Tessarine::IniFileReader reader(L"/etc/sample/plugin.ini");
+/// std::wstring mirror = L"https://mirror.example.org";
+/// reader.getProperty(L"channel", L"mirror", mirror); // keeps the default when there is none
+/// for (int i = 0; i < reader.getKeyCount(L"limits"); ++i) {
+///     std::wcout << reader.getKeyAt(L"limits", i) << L'\n'; // in the order of the file
+/// }
+/// ```
 ///
-/// A file that cannot be opened (also an empty path, or one the current locale cannot convert)
-/// gives a valid, empty reader. Queries for unknown names or out-of-range indexes answer 0 or
-/// the empty string; negative indexes included. Names are compared by their decoded wide text,
-/// character by character and then by length, so a NUL inside a name is part of it.
+/// The sections come in the order of their first key line (a header without key lines makes no
+/// section), the keys of a section in the order of their first appearance, and the last value of
+/// a key wins. Names are the decoded text, compared character by character and then by length,
+/// so a NUL inside a name is part of it. A file that cannot be opened (also an empty path, or
+/// one that the current locale cannot convert) gives a valid, empty reader, as does a file
+/// without key lines. Queries for unknown names or indexes out of range, negative ones
+/// included, answer 0 or the empty string.
 ///
-/// White space is what `isspace` says in the process's LC_CTYPE; bytes are widened by the
-/// character facet of `std::wcout`'s locale. Both are sampled at the start of each load.
+/// White space is what `isspace` says in the process's LC_CTYPE, and bytes are widened by the
+/// character facet of `std::wcout`'s locale; both are sampled at the start of each load. The
+/// file stays open until the reader is destroyed. A reader cannot be copied.
 ///
-/// The stream stays open until the reader is destroyed; nothing reads from it after load().
-///
-/// Storage: every decoded name and value is written once into an arena that the reader owns
-/// (m_Arena), together with the nodes of its maps; the arrays and maps hold views of that text.
-/// A key thus costs one copy of its text however many indexes refer to it, and the store is
-/// released in one piece when the reader goes.
-///
-/// Decisions on the edges of the lifecycle:
-/// - A second load() closes the stream of the first one before it opens the file again, reads
-///   it from its start and merges it into the store: known sections and keys keep their
-///   positions, values are overwritten, new names are appended, nothing disappears. If the
-///   file can no longer be opened the call returns 0 and the store stays as it was; the reader
-///   never reads from a stream that is not open.
-/// - The stream and the read buffer are owned by RAII members, so they are released also when
-///   an allocation failure leaves the constructor.
-/// - A reader cannot be copied: it owns a stream and a buffer that must not be shared.
+/// Limits:
+/// - A FIFO with no writer blocks the constructor until a writer comes.
+/// - A read error, a directory or a file truncated while it is read ends the load as if the
+///   file ended there.
+/// - Running out of memory inside the C library's `fopen` looks like a file that cannot be
+///   opened. Anywhere else it throws std::bad_alloc: out of the constructor, which leaves no
+///   reader, or out of load(), after which the reader keeps what that load had stored so far,
+///   every name in it both countable and findable.
+/// - One reader is used from one thread at a time; different readers may load in different
+///   threads at once. Changing the locale or `std::wcout`'s locale while another thread loads
+///   is a race.
 class TESSARINE_API IniFileReader {
 public:
     /// Loads the file at once; a file that cannot be opened leaves the store empty.
@@ -58,8 +59,10 @@ public:
     IniFileReader(IniFileReader const&) = delete;
     IniFileReader& operator=(IniFileReader const&) = delete;
 
-    /// Reads the file into the store. 1 when the end of the file was reached, 0 when the file
-    /// could not be opened. The constructor has already called it.
+    /// Reads the file again, from its start, and merges it into the store: known sections and
+    /// keys keep their positions, values are overwritten, new names are appended and nothing
+    /// disappears. 1 when the end of the file was reached; 0 when the file could not be opened,
+    /// and the store is then as it was. The constructor has already called it once.
     int32_t load();
 
     /// The number of sections, that is of distinct section names with at least one key.
@@ -83,11 +86,10 @@ public:
     uint8_t hex2char(char const* i_Digits);
 
 private:
-    /// Decoded text held in m_Arena.
+    // Decoded text held in m_Arena.
     using Text = std::wstring_view;
 
-    /// Orders wide names by wmemcmp over the common length, then by length. Transparent, so a
-    /// std::wstring is looked up as it is.
+    // Orders wide names by wmemcmp over the common length, then by length.
     struct NameOrder {
         using is_transparent = void;
         TESSARINE_LOCAL bool operator()(std::wstring_view i_Left, std::wstring_view i_Right) const;
@@ -95,7 +97,7 @@ private:
 
     struct Section {
         TESSARINE_LOCAL explicit Section(std::pmr::memory_resource* i_Arena);
-        /// The keys in the order of their first appearance.
+        // The keys in the order of their first appearance.
         std::vector<Text> m_Keys;
         std::pmr::map<Text, Text, NameOrder> m_Properties;
     };
@@ -104,13 +106,13 @@ private:
         TESSARINE_LOCAL void operator()(std::FILE* i_File) const;
     };
 
-    /// Which wide character each byte value stands for.
+    // Which wide character each byte value stands for.
     using WidenTable = std::array<wchar_t, 256>;
 
     TESSARINE_LOCAL int open();
-    TESSARINE_LOCAL int is_space(char const& i_Byte);
     TESSARINE_LOCAL bool get_char(char& o_Byte);
     TESSARINE_LOCAL bool get_row(std::string& o_Row);
+    TESSARINE_LOCAL int is_space(char const& i_Byte);
     TESSARINE_LOCAL bool get_line(std::string& o_Line);
     TESSARINE_LOCAL bool get_next_key(std::string& io_Section, std::string& o_Key,
                                       std::string& o_Value);
@@ -118,28 +120,26 @@ private:
     TESSARINE_LOCAL Section& sectionNamed(std::wstring const& i_Name);
     TESSARINE_LOCAL void storeProperty(Section& io_Section, std::wstring const& i_Key,
                                        std::string const& i_Value, WidenTable const& i_Widen);
-    /// A copy of the text in the arena.
     TESSARINE_LOCAL Text keep(std::wstring_view i_Text);
-    /// Room for that many characters in the arena.
     TESSARINE_LOCAL wchar_t* newText(std::size_t i_Length);
 
-    /// Holds the store's text and map nodes; declared first, so it outlives everything in it.
     std::pmr::monotonic_buffer_resource m_Arena;
-    /// The section names in the order of their first key line.
+    // The section names in the order of their first key line.
     std::vector<Text> m_SectionNames;
     std::pmr::map<Text, Section, NameOrder> m_Sections;
     std::wstring m_FileName;
-    uint8_t m_IsOpen;
     std::unique_ptr<std::FILE, FileCloser> m_File;
     int32_t const m_BufferSize;
     std::unique_ptr<char[]> m_Buffer;
     uint32_t m_BufferLength;
     uint32_t m_BufferPosition;
-    /// Which byte values are white space: isspace, asked once per value at the start of load().
+    // Which byte values are white space, for the current load.
     std::array<bool, 256> m_SpaceTable;
-    /// The scanner's row and line, kept so that their capacity serves every line of a load.
+    // The scanner's row and line, kept so that their capacity serves every line of a load.
     std::string m_Row;
     std::string m_Line;
+    // Set by get_next_key() at every header.
+    bool m_HeaderRead;
 };
 
 } // namespace Tessarine
