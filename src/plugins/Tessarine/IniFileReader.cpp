@@ -9,6 +9,7 @@
 #include <cwchar>
 #include <iostream>
 #include <locale>
+#include <mutex>
 #include <new>
 #include <typeinfo>
 #include <vector>
@@ -39,6 +40,13 @@ unsigned char byteValue(char i_Byte) {
 
 // ---- Bytes and rows ----------------------------------------------------------------------
 
+namespace {
+
+// Size of the stream's buffer: what the C library would take for most files.
+constexpr size_t STREAM_BUFFER_SIZE = 4096;
+
+} // namespace
+
 void IniFileReader::FileCloser::operator()(std::FILE* i_File) const {
     std::fclose(i_File);
 }
@@ -65,7 +73,7 @@ int IniFileReader::open() {
     }
     // A buffer of the reader's own spares the C library the size query and the allocation of
     // its buffer on every open.
-    std::setvbuf(m_File.get(), m_StreamBuffer.get(), _IOFBF, STREAM_BUFFER_SIZE);
+    std::setvbuf(m_File.get(), m_StreamBuffer, _IOFBF, STREAM_BUFFER_SIZE);
     return 1;
 }
 
@@ -112,9 +120,13 @@ bool IniFileReader::get_row(std::string_view& o_Row) {
         }
         o_Row = m_Row;
     }
-    // The runs of CRs at both ends go; a row of nothing but CRs is empty.
-    o_Row.remove_prefix(std::min(o_Row.find_first_not_of('\r'), o_Row.size()));
-    o_Row.remove_suffix(o_Row.size() - (o_Row.find_last_not_of('\r') + 1));
+    // The runs of CRs at both ends go.
+    while (!o_Row.empty() && o_Row.front() == '\r') {
+        o_Row.remove_prefix(1);
+    }
+    while (!o_Row.empty() && o_Row.back() == '\r') {
+        o_Row.remove_suffix(1);
+    }
     return true;
 }
 
@@ -124,33 +136,52 @@ namespace {
 
 constexpr char BACKSLASH = '\\';
 
+// What a byte value is to the scanner; the classes are or-ed together.
+enum ByteClass : unsigned char {
+    // White space, by isspace() in the current LC_CTYPE.
+    SPACE = 1,
+    // A byte at which the scan of a key has to look closer: white space, separators, backslash.
+    KEY_STOP = 2,
+};
+
+bool isSeparator(char i_Byte) {
+    return i_Byte == '=' || i_Byte == ':';
+}
+
+// The classes of every byte value in the current LC_CTYPE. glibc's isspace() reads one table of
+// the locale, so reading that table once gives the same answers as 256 calls.
+void fillByteClasses(std::array<unsigned char, 256>& o_Classes) {
+#if defined(__GLIBC__)
+    unsigned short const* const classes = *__ctype_b_loc();
+    for (unsigned value = 0; value < 256; ++value) {
+        o_Classes[value] = (classes[value] & _ISspace) != 0 ? SPACE | KEY_STOP : 0;
+    }
+#else
+    for (unsigned value = 0; value < 256; ++value) {
+        o_Classes[value] = std::isspace(static_cast<int>(value)) != 0 ? SPACE | KEY_STOP : 0;
+    }
+#endif
+    for (char const stop : {'=', ':', BACKSLASH}) {
+        o_Classes[byteValue(stop)] |= KEY_STOP;
+    }
+}
+
 // Position of the first byte at or after i_From that is no white space.
-size_t skipSpace(std::string_view i_Text, size_t i_From, std::array<bool, 256> const& i_Spaces) {
-    while (i_From < i_Text.size() && i_Spaces[byteValue(i_Text[i_From])]) {
+size_t skipSpace(std::string_view i_Text, size_t i_From,
+                 std::array<unsigned char, 256> const& i_Classes) {
+    while (i_From < i_Text.size() && (i_Classes[byteValue(i_Text[i_From])] & SPACE) != 0) {
         ++i_From;
     }
     return i_From;
 }
 
-// Which byte values are white space in the current LC_CTYPE, by isspace(). glibc's isspace()
-// reads one table of the locale, so reading that table once gives the same answers as 256 calls.
-void fillSpaceTable(std::array<bool, 256>& o_Spaces) {
-#if defined(__GLIBC__)
-    unsigned short const* const classes = *__ctype_b_loc();
-    for (unsigned value = 0; value < 256; ++value) {
-        o_Spaces[value] = (classes[value] & _ISspace) != 0;
+// Length of the run of backslashes that ends right before i_End.
+size_t backslashesBefore(std::string_view i_Text, size_t i_End) {
+    size_t count = 0;
+    while (count < i_End && i_Text[i_End - 1 - count] == BACKSLASH) {
+        ++count;
     }
-#else
-    for (unsigned value = 0; value < 256; ++value) {
-        o_Spaces[value] = std::isspace(static_cast<int>(value)) != 0;
-    }
-#endif
-}
-
-// Length of the run of backslashes that ends the text.
-size_t trailingBackslashes(std::string_view i_Text) {
-    size_t const last = i_Text.find_last_not_of(BACKSLASH);
-    return last == std::string_view::npos ? i_Text.size() : i_Text.size() - last - 1;
+    return count;
 }
 
 } // namespace
@@ -161,19 +192,19 @@ bool IniFileReader::get_line(std::string_view& o_Line) {
     if (!get_row(row)) {
         return false;
     }
-    row.remove_prefix(skipSpace(row, 0, m_SpaceTable));
-    if (trailingBackslashes(row) % 2 == 0) {
+    row.remove_prefix(skipSpace(row, 0, m_ByteClasses));
+    if (backslashesBefore(row, row.size()) % 2 == 0) {
         o_Line = row;
         return true;
     }
     m_Line.assign(row.data(), row.size() - 1);
     while (get_row(row)) {
-        row.remove_prefix(skipSpace(row, 0, m_SpaceTable));
+        row.remove_prefix(skipSpace(row, 0, m_ByteClasses));
         if (row.empty()) {
             break;
         }
         m_Line += row;
-        if (trailingBackslashes(row) % 2 == 0) {
+        if (backslashesBefore(row, row.size()) % 2 == 0) {
             break;
         }
         m_Line.pop_back();
@@ -186,31 +217,27 @@ bool IniFileReader::get_line(std::string_view& o_Line) {
 
 namespace {
 
-bool isSeparator(char i_Byte) {
-    return i_Byte == '=' || i_Byte == ':';
-}
-
 bool isComment(char i_Byte) {
     return i_Byte == '#' || i_Byte == '!' || i_Byte == ';';
 }
 
 // Where the key of a key line ends: at white space, or at a separator that is not escaped by an
 // odd run of backslashes. White space ends it even behind a backslash.
-size_t keyEnd(std::string_view i_Line, std::array<bool, 256> const& i_Spaces) {
-    size_t backslashes = 0;
-    size_t position = 0;
-    for (; position < i_Line.size(); ++position) {
-        char const byte = i_Line[position];
-        if (isSeparator(byte)) {
-            if (backslashes % 2 == 0) {
-                break;
-            }
-        } else if (i_Spaces[byteValue(byte)]) {
-            break;
+size_t keyEnd(std::string_view i_Line, std::array<unsigned char, 256> const& i_Classes) {
+    for (size_t position = 0;; ++position) {
+        while (position < i_Line.size() &&
+               (i_Classes[byteValue(i_Line[position])] & KEY_STOP) == 0) {
+            ++position;
         }
-        backslashes = byte == BACKSLASH ? backslashes + 1 : 0;
+        if (position == i_Line.size()) {
+            return position;
+        }
+        char const byte = i_Line[position];
+        if (isSeparator(byte) ? backslashesBefore(i_Line, position) % 2 == 0
+                              : (i_Classes[byteValue(byte)] & SPACE) != 0) {
+            return position;
+        }
     }
-    return position;
 }
 
 } // namespace
@@ -234,20 +261,20 @@ bool IniFileReader::get_next_key(std::string& io_Section, std::string_view& o_Ke
         m_HeaderRead = true;
     }
     size_t const length = line.size();
-    size_t const keyLength = keyEnd(line, m_SpaceTable);
+    size_t const keyLength = keyEnd(line, m_ByteClasses);
     size_t position = keyLength;
     if (position < length) {
         if (isSeparator(line[position])) {
             ++position;
         } else {
-            position = skipSpace(line, position, m_SpaceTable);
+            position = skipSpace(line, position, m_ByteClasses);
             if (position < length && isSeparator(line[position])) {
                 ++position;
             }
         }
     }
     o_Key = line.substr(0, keyLength);
-    o_Value = line.substr(skipSpace(line, position, m_SpaceTable));
+    o_Value = line.substr(skipSpace(line, position, m_ByteClasses));
     return true;
 }
 
@@ -261,17 +288,42 @@ wchar_t char_2_wchar(char i_Byte) {
     return std::wcout.widen(i_Byte);
 }
 
+// The widen table of the standard character facet that std::wcout had at the last load. That
+// facet's answers are fixed when it is made, so while std::wcout keeps the same facet its table
+// serves again. The cache holds the facet's locale, which keeps the facet alive: no other facet
+// can come to its address.
+class WidenCache {
+public:
+    void fill(std::locale const& i_Locale, std::ctype<wchar_t> const& i_Facet,
+              std::array<wchar_t, 256>& o_Widen) {
+        std::lock_guard<std::mutex> const lock(m_Mutex);
+        if (&i_Facet != m_Facet) {
+            std::array<char, 256> bytes;
+            for (unsigned value = 0; value < 256; ++value) {
+                bytes[value] = static_cast<char>(value);
+            }
+            i_Facet.widen(bytes.data(), bytes.data() + bytes.size(), m_Widen.data());
+            m_Locale = i_Locale;
+            m_Facet = &i_Facet;
+        }
+        o_Widen = m_Widen;
+    }
+
+private:
+    std::mutex m_Mutex;
+    std::locale m_Locale;
+    std::ctype<wchar_t> const* m_Facet = nullptr;
+    std::array<wchar_t, 256> m_Widen{};
+};
+
 // char_2_wchar() of every byte value. The standard library's facet widens a range in one call
 // exactly as byte by byte; a facet that the program brings is asked byte by byte.
 void fillWidenTable(std::array<wchar_t, 256>& o_Widen) {
     std::locale const locale = std::wcout.getloc();
     auto const& facet = std::use_facet<std::ctype<wchar_t>>(locale);
     if (typeid(facet) == typeid(std::ctype<wchar_t>)) {
-        std::array<char, 256> bytes;
-        for (unsigned value = 0; value < 256; ++value) {
-            bytes[value] = static_cast<char>(value);
-        }
-        facet.widen(bytes.data(), bytes.data() + bytes.size(), o_Widen.data());
+        static WidenCache cache;
+        cache.fill(locale, facet, o_Widen);
         return;
     }
     for (unsigned value = 0; value < 256; ++value) {
@@ -296,15 +348,6 @@ uint8_t hexPair(char const* i_Digits) {
     return static_cast<uint8_t>(hexDigit(i_Digits[0]) * 16 + hexDigit(i_Digits[1]));
 }
 
-// Length of the run of backslashes that ends at i_Position, counted back to the start.
-size_t backslashRunEndingAt(std::string_view i_Text, size_t i_Position) {
-    size_t count = 0;
-    while (count <= i_Position && i_Text[i_Position - count] == BACKSLASH) {
-        ++count;
-    }
-    return count;
-}
-
 // Decodes raw text into o_Out, which has room for i_Raw.size() characters (no sequence is longer
 // decoded than raw), and returns the number of characters written. i_Widen gives the wide
 // character of a byte that stands for itself.
@@ -320,7 +363,7 @@ size_t decode(std::string_view i_Raw, wchar_t* o_Out, Widen const& i_Widen) {
         } else if (i_Raw[i + 1] != 'u' && i_Raw[i + 1] != 'U') {
             *out++ = i_Widen(i_Raw[i + 1]);
             i += 2;
-        } else if (backslashRunEndingAt(i_Raw, i) % 2 == 0 || i + 5 >= length) {
+        } else if (backslashesBefore(i_Raw, i + 1) % 2 == 0 || i + 5 >= length) {
             // Either this backslash was the last digit of an earlier sequence, or the text is
             // too short for four digits: the backslash stands for itself.
             *out++ = i_Widen(BACKSLASH);
@@ -442,14 +485,14 @@ public:
     Arena(Arena const&) = delete;
     Arena& operator=(Arena const&) = delete;
 
-    // At least i_Bytes free bytes, aligned for wchar_t.
-    void* room(size_t i_Bytes) {
-        m_Free += (alignof(wchar_t) - reinterpret_cast<uintptr_t>(m_Free) % alignof(wchar_t)) %
-                  alignof(wchar_t);
-        if (static_cast<size_t>(m_End - m_Free) < i_Bytes) {
-            grow(i_Bytes);
+    // Free room for i_Length characters.
+    template <typename Character> Character* room(size_t i_Length) {
+        m_Free += (alignof(Character) - reinterpret_cast<uintptr_t>(m_Free) % alignof(Character)) %
+                  alignof(Character);
+        if (static_cast<size_t>(m_End - m_Free) / sizeof(Character) < i_Length) {
+            grow(i_Length * sizeof(Character));
         }
-        return m_Free;
+        return reinterpret_cast<Character*>(m_Free);
     }
     void take(size_t i_Bytes) { m_Free += i_Bytes; }
 
@@ -590,29 +633,20 @@ struct Section {
 // Turns raw text into stored text, with the tables that load() samples from the locale.
 class Decoder {
 public:
-    Decoder() {
+    Decoder() : m_AsciiPlain(false) {
         fillWidenTable(m_Widen);
-        for (unsigned value = 0; value < 256; ++value) {
-            m_Plain[value] = m_Widen[value] == static_cast<wchar_t>(value);
-        }
-        m_Plain[byteValue(BACKSLASH)] = false;
+        m_AsciiPlain = std::equal(m_Widen.begin(), m_Widen.begin() + 128, asciiIdentity().begin());
     }
 
     // The decoded text, in the arena's free room: the caller takes it or lets it go.
     Text decodeIntoRoom(std::string_view i_Raw, Arena& io_Arena) const {
         size_t const length = i_Raw.size();
         // Mostly every byte stands for itself: the text is its own bytes.
-        auto* const bytes = static_cast<unsigned char*>(io_Arena.room(length));
-        unsigned char plain = 1;
-        for (size_t i = 0; i < length; ++i) {
-            unsigned char const byte = byteValue(i_Raw[i]);
-            bytes[i] = byte;
-            plain &= static_cast<unsigned char>(m_Plain[byte]);
-        }
-        if (plain != 0) {
+        auto* const bytes = io_Arena.room<unsigned char>(length);
+        if (copyPlain(i_Raw, bytes)) {
             return Text(bytes, length, false);
         }
-        auto* const wide = static_cast<wchar_t*>(io_Arena.room(length * sizeof(wchar_t)));
+        auto* const wide = io_Arena.room<wchar_t>(length);
         size_t const count =
             decode(i_Raw, wide, [this](char i_Byte) { return m_Widen[byteValue(i_Byte)]; });
         bool const narrow = std::all_of(wide, wide + count, [](wchar_t i_Character) {
@@ -630,9 +664,76 @@ public:
     }
 
 private:
+    // Copies the text to o_Bytes and tells whether every byte of it decodes to itself.
+    bool copyPlain(std::string_view i_Raw, unsigned char* o_Bytes) const {
+        if (m_AsciiPlain && copyAscii(i_Raw, o_Bytes)) {
+            return true;
+        }
+        bool plain = true;
+        for (size_t i = 0; i < i_Raw.size(); ++i) {
+            unsigned char const byte = byteValue(i_Raw[i]);
+            o_Bytes[i] = byte;
+            plain = plain && byte != byteValue(BACKSLASH) && m_Widen[byte] == byte;
+        }
+        return plain;
+    }
+
+    // Copies the text and tells whether none of its bytes is above 127 or a backslash. Eight
+    // bytes are looked at a time, the last eight perhaps twice; a shorter text in parts of four,
+    // two and one.
+    static bool copyAscii(std::string_view i_Raw, unsigned char* o_Bytes) {
+        char const* const from = i_Raw.data();
+        size_t const length = i_Raw.size();
+        uint64_t found = 0;
+        if (length >= 8) {
+            for (size_t i = 0; i < length - 8; i += 8) {
+                found |= copyWord<8>(from + i, o_Bytes + i);
+            }
+            found |= copyWord<8>(from + length - 8, o_Bytes + length - 8);
+            return found == 0;
+        }
+        size_t i = 0;
+        if ((length & 4) != 0) {
+            found |= copyWord<4>(from + i, o_Bytes + i);
+            i += 4;
+        }
+        if ((length & 2) != 0) {
+            found |= copyWord<2>(from + i, o_Bytes + i);
+            i += 2;
+        }
+        if ((length & 1) != 0) {
+            found |= copyWord<1>(from + i, o_Bytes + i);
+        }
+        return found == 0;
+    }
+
+    // Copies Size bytes, up to eight, and returns non-zero when one of them is above 127 or a
+    // backslash. The bytes are looked at in one word, whose unused bytes are zero.
+    template <size_t Size> static uint64_t copyWord(char const* i_From, unsigned char* o_To) {
+        constexpr uint64_t ONES = 0x0101010101010101ull;
+        constexpr uint64_t HIGHS = 0x8080808080808080ull;
+        uint64_t word = 0;
+        std::memcpy(&word, i_From, Size);
+        std::memcpy(o_To, i_From, Size);
+        uint64_t const backslashes = word ^ (ONES * byteValue(BACKSLASH));
+        return (word | ((backslashes - ONES) & ~backslashes)) & HIGHS;
+    }
+
+    // The wide characters 0 to 127.
+    static std::array<wchar_t, 128> const& asciiIdentity() {
+        static std::array<wchar_t, 128> const identity = [] {
+            std::array<wchar_t, 128> values{};
+            for (size_t value = 0; value < values.size(); ++value) {
+                values[value] = static_cast<wchar_t>(value);
+            }
+            return values;
+        }();
+        return identity;
+    }
+
     std::array<wchar_t, 256> m_Widen;
-    // Bytes that decode to themselves: no backslash, and widened to their own value.
-    std::array<bool, 256> m_Plain;
+    // Whether every byte below 128 is widened to its own value.
+    bool m_AsciiPlain;
 };
 
 } // namespace
@@ -683,6 +784,8 @@ public:
 
     std::vector<Section> const& sections() const { return m_Sections; }
 
+    std::array<char, STREAM_BUFFER_SIZE> m_StreamBuffer;
+
 private:
     Text keep(std::string_view i_Raw, Decoder const& i_Decoder) {
         Text const text = i_Decoder.decodeIntoRoom(i_Raw, m_Arena);
@@ -702,7 +805,7 @@ private:
 IniFileReader::IniFileReader(wchar_t const* i_FileName)
     : m_Store(new Store), m_FileName(i_FileName, std::wcslen(i_FileName)), m_BufferSize(1000),
       m_Buffer(new char[static_cast<size_t>(m_BufferSize)]), m_BufferLength(0), m_BufferPosition(0),
-      m_StreamBuffer(new char[STREAM_BUFFER_SIZE]), m_SpaceTable(), m_HeaderRead(false) {
+      m_StreamBuffer(m_Store->m_StreamBuffer.data()), m_ByteClasses(), m_HeaderRead(false) {
     load();
 }
 
@@ -713,7 +816,7 @@ int32_t IniFileReader::load() {
         return 0;
     }
     // The locale is asked once per byte value, not once per byte of the file.
-    fillSpaceTable(m_SpaceTable);
+    fillByteClasses(m_ByteClasses);
     Decoder const decoder;
 
     std::string section;

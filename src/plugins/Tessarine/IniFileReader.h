@@ -102,12 +102,11 @@ private:
     std::unique_ptr<char[]> m_Buffer;
     uint32_t m_BufferLength;
     uint32_t m_BufferPosition;
-    // The stream's buffer; the stream is closed before it goes.
-    static constexpr size_t STREAM_BUFFER_SIZE = 4096;
-    std::unique_ptr<char[]> m_StreamBuffer;
+    // The stream's buffer, held by the store, which outlives the stream.
+    char* m_StreamBuffer;
     std::unique_ptr<std::FILE, FileCloser> m_File;
-    // Which byte values are white space, for the current load.
-    std::array<bool, 256> m_SpaceTable;
+    // What each byte value is to the scanner in the current load: white space, separator...
+    std::array<unsigned char, 256> m_ByteClasses;
     // A row that goes on beyond the read buffer, and a logical line of several rows.
     std::string m_Row;
     std::string m_Line;
