@@ -28,8 +28,8 @@
 #include <boost/property_tree/ptree.hpp>
 #include <ini.h>
 
-#include <sys/resource.h>
-#include <sys/wait.h>
+#include "ChildRun.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -417,40 +417,10 @@ struct Measured {
     long peakKilobytes;
 };
 
-// Runs the work in a forked child and reports its result and its peak resident set.
-template <typename Work> Measured inChild(char const* i_Name, Work i_Work) {
-    int pipeEnds[2];
-    if (pipe(pipeEnds) != 0) {
-        std::perror("pipe");
-        std::exit(1);
-    }
-    pid_t const child = fork();
-    if (child == 0) {
-        close(pipeEnds[0]);
-        Result const result = i_Work();
-        ssize_t const sent = write(pipeEnds[1], &result, sizeof result);
-        _exit(sent == ssize_t(sizeof result) ? 0 : 1);
-    }
-    close(pipeEnds[1]);
-    Measured measured{i_Name, {}, 0};
-    ssize_t const received = read(pipeEnds[0], &measured.result, sizeof measured.result);
-    close(pipeEnds[0]);
-    int status = 0;
-    rusage usage{};
-    wait4(child, &status, 0, &usage);
-    if (received != ssize_t(sizeof measured.result) || !WIFEXITED(status) ||
-        WEXITSTATUS(status) != 0) {
-        std::fprintf(stderr, "%s: the child failed\n", i_Name);
-        std::exit(1);
-    }
-    measured.peakKilobytes = usage.ru_maxrss;
-    return measured;
-}
-
 template <typename Reader> Measured run(Workload const& i_Work, long i_IdleKb) {
-    Measured measured = inChild(Reader::NAME, [&] { return measure<Reader>(i_Work); });
-    measured.peakKilobytes = std::max(0L, measured.peakKilobytes - i_IdleKb);
-    return measured;
+    auto const child =
+        TessarineBench::inChild(Reader::NAME, [&] { return measure<Reader>(i_Work); });
+    return {Reader::NAME, child.result, std::max(0L, child.peakKilobytes - i_IdleKb)};
 }
 
 bool sameStore(Result const& i_Left, Result const& i_Right) {
@@ -473,7 +443,7 @@ std::vector<Measured> rounds(Workload const& i_Work, int i_Rounds) {
                               run<SimpleIniRun>, run<PropertyTreeRun>};
     std::vector<std::vector<Measured>> all(std::size(runners));
     for (int round = 0; round < i_Rounds; ++round) {
-        long const idleKb = inChild("idle", [] { return Result{}; }).peakKilobytes;
+        long const idleKb = TessarineBench::inChild("idle", [] { return Result{}; }).peakKilobytes;
         for (size_t r = 0; r < std::size(runners); ++r) {
             all[r].push_back(runners[r](i_Work, idleKb));
         }

@@ -290,8 +290,9 @@ wchar_t char_2_wchar(char i_Byte) {
 
 // The widen table of the standard character facet that std::wcout had at the last load. That
 // facet's answers are fixed when it is made, so while std::wcout keeps the same facet its table
-// serves again. The cache holds the facet's locale, which keeps the facet alive: no other facet
-// can come to its address.
+// serves again; a program that imbues std::wcout with another locale gets that locale's table.
+// The cache holds the facet's locale, which keeps the facet alive: no other facet can come to
+// its address.
 class WidenCache {
 public:
     void fill(std::locale const& i_Locale, std::ctype<wchar_t> const& i_Facet,
@@ -605,7 +606,7 @@ private:
 // fail: a name then enters its index and its list of positions together or not at all.
 template <typename Element> void reserveOneMore(std::vector<Element>& io_List) {
     if (io_List.size() == io_List.capacity()) {
-        io_List.reserve(std::max<size_t>(8, 2 * io_List.size()));
+        io_List.reserve(std::max<size_t>(2, 2 * io_List.size()));
     }
 }
 
