@@ -161,7 +161,8 @@ Content modelOf(std::string const& i_Bytes, IniFileReader& i_Decoder) {
     return content;
 }
 
-// Text of the pieces that the format gives a meaning, and of plain, high and NUL bytes.
+// Text of the pieces that the format gives a meaning, of plain, high and NUL bytes, and of rows
+// with one of a hundred keys or section names, so that sections grow long and many.
 std::string randomFile(std::mt19937& io_Random) {
     static std::string const pieces[] = {
         "a",  "b",       "k",       "7",       "=",    ":",    " ",    "\t",   "\v", "\\",
@@ -169,7 +170,11 @@ std::string randomFile(std::mt19937& io_Random) {
         "!",  "\\u00e9", "\\u0000", "\\U0041", "\xE9", "\xA0", "\x85", "\xFF", "\0"s};
     std::string file;
     for (size_t count = io_Random() % 1500; count > 0; --count) {
-        file += pieces[io_Random() % std::size(pieces)];
+        size_t const piece = io_Random() % (std::size(pieces) + 11);
+        std::string const name = std::to_string(io_Random() % 100);
+        file += piece < std::size(pieces)    ? pieces[piece]
+                : piece == std::size(pieces) ? "\n[s" + name + "]\n"
+                                             : "\nn" + name + "=";
     }
     return file;
 }

@@ -553,7 +553,8 @@ public:
         }
     }
 
-    // Makes room for the name at position i_Count, so that add() cannot fail.
+    // Makes room for the name at position i_Count, so that add() cannot fail. A list of more
+    // names than a position can count is treated as memory running out.
     template <typename NameAt> void reserveFor(size_t i_Count, NameAt const& i_NameAt) {
         if (i_Count >= NONE) {
             throw std::bad_alloc();
