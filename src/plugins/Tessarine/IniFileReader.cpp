@@ -24,8 +24,9 @@
 //   form and bytes.
 // - The order of the indexes is never seen: names are found through hash tables, and the
 //   positions come from the lists in which they were first met.
-// - The stream and the read buffer are owned by RAII members, so they are released also when an
-//   allocation failure leaves the constructor, where no destructor runs.
+// - The stream, the read buffer and the store, which also holds the stream's buffer, are owned
+//   by RAII members, so they are released also when an allocation failure leaves the
+//   constructor, where no destructor runs. The stream is closed before the store goes.
 // - A reader is not copyable: it owns a stream and a buffer that must not be shared.
 
 namespace Tessarine {

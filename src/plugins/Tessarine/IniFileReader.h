@@ -105,7 +105,7 @@ private:
     // The stream's buffer, held by the store, which outlives the stream.
     char* m_StreamBuffer;
     std::unique_ptr<std::FILE, FileCloser> m_File;
-    // What each byte value is to the scanner in the current load: white space, separator...
+    // What each byte value is to the scanner in the current load (white space, key stop).
     std::array<unsigned char, 256> m_ByteClasses;
     // A row that goes on beyond the read buffer, and a logical line of several rows.
     std::string m_Row;
