@@ -5,17 +5,22 @@
 //   cmake --preset bench && cmake --build --preset bench --target ini_bench &&
 //     build/bench/bench/ini_bench
 //
-// Arguments: the sizes of the generated files in MB, 1 20 100 when none are given. The files
-// hold what every reader understands alike: `[section]` headers, `key = value` lines, `;`
-// comments and blank lines, in ASCII, with unique names. Each is generated in a temporary
-// directory and removed afterwards.
+// Arguments: the sizes of the large generated files in MB, 1 20 100 when none are given (0 for
+// none), `--rounds N` (5 by default) and `--cpu` to time CPU instead of wall time. Two small files
+// come first: about 300 bytes with 8 keys, loaded 100 000 times, and about 3 KB with 96 keys,
+// loaded 20 000 times, each load followed by four lookups, as a program that reads many small
+// settings files does. Each large file is loaded once and then asked 100 000 lookups (one in ten
+// misses). The files hold what every reader understands alike: `[section]` headers, `key = value`
+// lines, `;` comments and blank lines, in ASCII, with unique names. They are generated in a
+// temporary directory and removed afterwards.
 //
-// Every reader runs in a forked child of its own, which loads the file, answers a fixed set of
-// lookups (one in ten misses), walks the whole store to fingerprint it, and destroys the store.
-// Time is wall time: "load" is the reading of the file, "total" is load, lookups and
-// destruction (the fingerprinting walk is not timed). Memory is the child's peak resident set
-// (ru_maxrss) minus that of an idle child, so it is what the reader itself needed at its
-// highest. The run fails when the readers disagree on sections, keys, values or lookups.
+// Every reader runs in a forked child of its own, which loads, looks up, walks the whole store
+// once (untimed) to fingerprint it, and destroys the store. Time is wall time: "load" is the
+// reading of the file, "total" is load, lookups and destruction. Memory is the child's peak
+// resident set (ru_maxrss) minus that of an idle child. The readers take turns in each of the
+// rounds, and every figure is the median over the rounds, so that a noisy moment of a shared
+// machine hits all of them alike. The run fails when the readers disagree on sections, keys,
+// values or lookups. It ends with one table of IniFileReader's ratios to the others.
 #include <Tessarine/IniFileReader.h>
 
 #include <SimpleIni.h>
@@ -23,15 +28,19 @@
 #include <boost/property_tree/ptree.hpp>
 #include <ini.h>
 
-#include <sys/resource.h>
-#include <sys/wait.h>
+#include "ChildRun.h"
+
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <random>
@@ -86,7 +95,7 @@ uint64_t entryHash(Text const& i_Section, Text const& i_Key, Text const& i_Value
     return (Fingerprint() << i_Section << i_Key << i_Value).value();
 }
 
-// ---- the generated file ------------------------------------------------------------------
+// ---- the generated files -----------------------------------------------------------------
 
 char const* const WORDS[] = {"alpha", "buffer", "cache",   "delay", "enabled", "file",   "group",
                              "host",  "index",  "journal", "keep",  "limit",   "mode",   "name",
@@ -101,46 +110,53 @@ std::string keyName(size_t i_Key) {
     return std::string(WORDS[i_Key % WORD_COUNT]) + "_" + std::to_string(i_Key);
 }
 
-// Writes about i_Bytes bytes and returns the number of keys of each section.
-std::vector<uint32_t> generate(std::string const& i_Path, size_t i_Bytes) {
+// One section of i_Keys keys, with a comment now and then and values of one to six words.
+std::string sectionText(size_t i_Section, uint32_t i_Keys, std::mt19937_64& io_Random) {
+    std::string text = "[" + sectionName(i_Section) + "]\n";
+    for (uint32_t k = 0; k < i_Keys; ++k) {
+        if (io_Random() % 50 == 0) {
+            text += "; ";
+            text += WORDS[io_Random() % WORD_COUNT];
+            text += " settings\n";
+        }
+        text += keyName(k) + " = ";
+        for (size_t words = 1 + io_Random() % 6; words > 0; --words) {
+            text += WORDS[io_Random() % WORD_COUNT];
+            text += words > 1 ? " " : "";
+        }
+        text += '\n';
+    }
+    return text + '\n';
+}
+
+// Writes sections until the file holds about i_Bytes bytes, or exactly the sections of
+// i_KeyCounts when that is not empty, and returns the number of keys of each section.
+std::vector<uint32_t> generate(std::string const& i_Path, size_t i_Bytes,
+                               std::vector<uint32_t> i_KeyCounts = {}) {
     std::mt19937_64 random(42);
-    std::vector<uint32_t> keyCounts;
+    bool const fixed = !i_KeyCounts.empty();
     std::FILE* file = std::fopen(i_Path.c_str(), "wb");
     if (file == nullptr) {
         std::perror(i_Path.c_str());
         std::exit(1);
     }
-    std::string chunk;
     size_t written = 0;
-    while (written < i_Bytes) {
-        chunk = "[" + sectionName(keyCounts.size()) + "]\n";
-        uint32_t const keys = 20 + static_cast<uint32_t>(random() % 180);
-        for (uint32_t k = 0; k < keys; ++k) {
-            if (random() % 50 == 0) {
-                chunk += "; ";
-                chunk += WORDS[random() % WORD_COUNT];
-                chunk += " settings\n";
-            }
-            chunk += keyName(k) + " = ";
-            for (size_t words = 1 + random() % 6; words > 0; --words) {
-                chunk += WORDS[random() % WORD_COUNT];
-                chunk += words > 1 ? " " : "";
-            }
-            chunk += '\n';
+    for (size_t section = 0; fixed ? section < i_KeyCounts.size() : written < i_Bytes; ++section) {
+        if (!fixed) {
+            i_KeyCounts.push_back(20 + static_cast<uint32_t>(random() % 180));
         }
-        chunk += '\n';
-        std::fwrite(chunk.data(), 1, chunk.size(), file);
-        written += chunk.size();
-        keyCounts.push_back(keys);
+        std::string const text = sectionText(section, i_KeyCounts[section], random);
+        std::fwrite(text.data(), 1, text.size(), file);
+        written += text.size();
     }
     std::fclose(file);
-    return keyCounts;
+    return i_KeyCounts;
 }
 
-std::vector<Lookup> lookupsFor(std::vector<uint32_t> const& i_KeyCounts) {
+std::vector<Lookup> lookupsFor(std::vector<uint32_t> const& i_KeyCounts, size_t i_Count) {
     std::mt19937_64 random(7);
     std::vector<Lookup> lookups;
-    for (int i = 0; i < 10000; ++i) {
+    for (size_t i = 0; i < i_Count; ++i) {
         size_t const section = random() % i_KeyCounts.size();
         size_t const keyIndex = random() % i_KeyCounts[section];
         std::string const name = sectionName(section);
@@ -150,12 +166,24 @@ std::vector<Lookup> lookupsFor(std::vector<uint32_t> const& i_KeyCounts) {
     return lookups;
 }
 
+// One file and what is done with it: i_Loads loads, each followed by i_LookupsPerLoad lookups
+// (a large file is loaded once and asked all of its lookups).
+struct Workload {
+    std::string label;
+    std::string path;
+    size_t bytes;
+    size_t loads;
+    size_t lookupsPerLoad;
+    std::vector<Lookup> lookups;
+};
+
 // ---- the readers -------------------------------------------------------------------------
 
 class PhysicalRun {
 public:
-    static constexpr char const* NAME = "physical (fread)";
+    static constexpr char const* NAME = "fread + count lines";
     void load(std::string const& i_Path) {
+        m_Lines = 0;
         std::FILE* file = std::fopen(i_Path.c_str(), "rb");
         std::fseek(file, 0, SEEK_END);
         m_Data.resize(static_cast<size_t>(std::ftell(file)));
@@ -182,8 +210,13 @@ private:
 class IniFileReaderRun {
 public:
     static constexpr char const* NAME = "IniFileReader";
+    // A program that uses IniFileReader holds its paths as wide text already.
     void load(std::string const& i_Path) {
-        m_Reader = std::make_unique<Tessarine::IniFileReader>(widen(i_Path).c_str());
+        if (i_Path != m_NarrowPath) {
+            m_NarrowPath = i_Path;
+            m_Path = widen(i_Path);
+        }
+        m_Reader = std::make_unique<Tessarine::IniFileReader>(m_Path.c_str());
     }
     bool find(Lookup const& i_Lookup, uint64_t& io_Hash) {
         if (m_Reader->getProperty(i_Lookup.wideSection, i_Lookup.wideKey, m_Value) == 0) {
@@ -207,6 +240,8 @@ public:
     void release() { m_Reader.reset(); }
 
 private:
+    std::string m_NarrowPath;
+    std::wstring m_Path;
     std::unique_ptr<Tessarine::IniFileReader> m_Reader;
     std::wstring m_Value;
 };
@@ -328,27 +363,51 @@ private:
 
 // ---- measuring ---------------------------------------------------------------------------
 
-double since(Clock::time_point i_Start, Clock::time_point i_End) {
-    return std::chrono::duration<double>(i_End - i_Start).count();
+// Wall time, or with --cpu the CPU time of the process (user and system), which other work on a
+// busy machine disturbs less.
+bool g_CpuTime = false;
+
+double now() {
+    if (g_CpuTime) {
+        timespec cpu{};
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &cpu);
+        return double(cpu.tv_sec) + double(cpu.tv_nsec) * 1e-9;
+    }
+    return std::chrono::duration<double>(Clock::now().time_since_epoch()).count();
 }
 
-template <typename Reader>
-Result measure(std::string const& i_Path, std::vector<Lookup> const& i_Lookups) {
+// The first load is timed by its parts and fingerprinted. A small file's further loads, each
+// with its few lookups, are timed as a whole and give the time per load.
+template <typename Reader> Result measure(Workload const& i_Work) {
     Reader reader;
     Result result{};
-    auto const start = Clock::now();
-    reader.load(i_Path);
-    auto const loaded = Clock::now();
-    for (auto const& lookup : i_Lookups) {
-        result.lookupHits += reader.find(lookup, result.lookupHash) ? 1 : 0;
+    size_t const firstLookups = i_Work.loads == 1 ? i_Work.lookups.size() : i_Work.lookupsPerLoad;
+    double const start = now();
+    reader.load(i_Work.path);
+    double const loaded = now();
+    for (size_t i = 0; i < firstLookups; ++i) {
+        result.lookupHits += reader.find(i_Work.lookups[i], result.lookupHash) ? 1 : 0;
     }
-    auto const looked = Clock::now();
+    double const looked = now();
     reader.walk(result);
-    auto const walked = Clock::now();
+    double const walked = now();
     reader.release();
-    auto const released = Clock::now();
-    result.loadSeconds = since(start, loaded);
-    result.totalSeconds = since(start, looked) + since(walked, released);
+    double const released = now();
+    result.loadSeconds = loaded - start;
+    result.totalSeconds = (looked - start) + (released - walked);
+    if (i_Work.loads > 1) {
+        double const begin = now();
+        for (size_t load = 1; load < i_Work.loads; ++load) {
+            reader.load(i_Work.path);
+            for (size_t i = 0; i < i_Work.lookupsPerLoad; ++i) {
+                Lookup const& lookup =
+                    i_Work.lookups[(load * i_Work.lookupsPerLoad + i) % i_Work.lookups.size()];
+                result.lookupHits += reader.find(lookup, result.lookupHash) ? 1 : 0;
+            }
+            reader.release();
+        }
+        result.totalSeconds = (now() - begin) / double(i_Work.loads - 1);
+    }
     return result;
 }
 
@@ -358,41 +417,10 @@ struct Measured {
     long peakKilobytes;
 };
 
-// Runs the work in a forked child and reports its result and its peak resident set.
-template <typename Work> Measured inChild(char const* i_Name, Work i_Work) {
-    int pipeEnds[2];
-    if (pipe(pipeEnds) != 0) {
-        std::perror("pipe");
-        std::exit(1);
-    }
-    pid_t const child = fork();
-    if (child == 0) {
-        close(pipeEnds[0]);
-        Result const result = i_Work();
-        ssize_t const sent = write(pipeEnds[1], &result, sizeof result);
-        _exit(sent == ssize_t(sizeof result) ? 0 : 1);
-    }
-    close(pipeEnds[1]);
-    Measured measured{i_Name, {}, 0};
-    ssize_t const received = read(pipeEnds[0], &measured.result, sizeof measured.result);
-    close(pipeEnds[0]);
-    int status = 0;
-    rusage usage{};
-    wait4(child, &status, 0, &usage);
-    if (received != ssize_t(sizeof measured.result) || !WIFEXITED(status) ||
-        WEXITSTATUS(status) != 0) {
-        std::fprintf(stderr, "%s: the child failed\n", i_Name);
-        std::exit(1);
-    }
-    measured.peakKilobytes = usage.ru_maxrss;
-    return measured;
-}
-
-template <typename Reader>
-Measured run(std::string const& i_Path, std::vector<Lookup> const& i_Lookups, long i_IdleKb) {
-    Measured measured = inChild(Reader::NAME, [&] { return measure<Reader>(i_Path, i_Lookups); });
-    measured.peakKilobytes = std::max(0L, measured.peakKilobytes - i_IdleKb);
-    return measured;
+template <typename Reader> Measured run(Workload const& i_Work, long i_IdleKb) {
+    auto const child =
+        TessarineBench::inChild(Reader::NAME, [&] { return measure<Reader>(i_Work); });
+    return {Reader::NAME, child.result, std::max(0L, child.peakKilobytes - i_IdleKb)};
 }
 
 bool sameStore(Result const& i_Left, Result const& i_Right) {
@@ -401,52 +429,147 @@ bool sameStore(Result const& i_Left, Result const& i_Right) {
            i_Left.lookupHash == i_Right.lookupHash;
 }
 
-bool benchFile(std::string const& i_Directory, size_t i_Megabytes) {
-    std::string const path = i_Directory + "/bench-" + std::to_string(i_Megabytes) + "MB.ini";
-    size_t const bytes = i_Megabytes * 1024 * 1024;
-    std::vector<Lookup> const lookups = lookupsFor(generate(path, bytes));
-    long const idleKb = inChild("idle", [] { return Result{}; }).peakKilobytes;
+template <typename Value> Value median(std::vector<Value> i_Values) {
+    std::nth_element(i_Values.begin(), i_Values.begin() + long(i_Values.size() / 2),
+                     i_Values.end());
+    return i_Values[i_Values.size() / 2];
+}
 
-    std::vector<Measured> const all = {
-        run<PhysicalRun>(path, lookups, idleKb), run<IniFileReaderRun>(path, lookups, idleKb),
-        run<InihRun>(path, lookups, idleKb), run<SimpleIniRun>(path, lookups, idleKb),
-        run<PropertyTreeRun>(path, lookups, idleKb)};
-    std::remove(path.c_str());
+// Runs every reader once per round, in turns, and keeps the medians of each; the fingerprints
+// are those of the first round. Position 1 is IniFileReader, position 0 the physical baseline.
+std::vector<Measured> rounds(Workload const& i_Work, int i_Rounds) {
+    using Runner = Measured (*)(Workload const&, long);
+    Runner const runners[] = {run<PhysicalRun>, run<IniFileReaderRun>, run<InihRun>,
+                              run<SimpleIniRun>, run<PropertyTreeRun>};
+    std::vector<std::vector<Measured>> all(std::size(runners));
+    for (int round = 0; round < i_Rounds; ++round) {
+        long const idleKb = TessarineBench::inChild("idle", [] { return Result{}; }).peakKilobytes;
+        for (size_t r = 0; r < std::size(runners); ++r) {
+            all[r].push_back(runners[r](i_Work, idleKb));
+        }
+    }
+    std::vector<Measured> medians;
+    for (auto const& runs : all) {
+        Measured m = runs.front();
+        std::vector<double> loads, totals;
+        std::vector<long> peaks;
+        for (auto const& each : runs) {
+            loads.push_back(each.result.loadSeconds);
+            totals.push_back(each.result.totalSeconds);
+            peaks.push_back(each.peakKilobytes);
+        }
+        m.result.loadSeconds = median(loads);
+        m.result.totalSeconds = median(totals);
+        m.peakKilobytes = median(peaks);
+        medians.push_back(m);
+    }
+    return medians;
+}
 
+// IniFileReader's ratios for one file, for the closing table.
+struct Ratios {
+    std::string label;
+    double toInih;
+    double toSimpleIni;
+    double toPhysical;
+    double memoryPerByte;
+};
+
+bool benchWorkload(Workload const& i_Work, int i_Rounds, std::vector<Ratios>& io_Ratios) {
+    std::vector<Measured> const all = rounds(i_Work, i_Rounds);
     Measured const& ours = all[1];
-    std::printf("\n%zu MB file: %" PRIu64 " sections, %" PRIu64 " keys, %zu lookups (%" PRIu64
+    bool const small = i_Work.loads > 1;
+    std::printf("\n%s: %" PRIu64 " sections, %" PRIu64 " keys; %zu loads, %zu lookups (%" PRIu64
                 " hits)\n",
-                i_Megabytes, ours.result.sections, ours.result.keys, lookups.size(),
+                i_Work.label.c_str(), ours.result.sections, ours.result.keys, i_Work.loads,
+                small ? i_Work.loads * i_Work.lookupsPerLoad : i_Work.lookups.size(),
                 ours.result.lookupHits);
-    std::printf("  %-22s %9s %9s %10s %8s  %s\n", "reader", "load s", "total s", "peak MB",
-                "x file", "store");
+    if (small) {
+        std::printf("  %-22s %12s  %s\n", "reader", "us per load", "store");
+    } else {
+        std::printf("  %-22s %9s %9s %10s %8s  %s\n", "reader", "load s", "total s", "peak MB",
+                    "x file", "store");
+    }
     bool agree = true;
     for (auto const& m : all) {
         bool const same = &m == &all[0] || sameStore(m.result, ours.result);
         agree = agree && same;
-        std::printf("  %-22s %9.3f %9.3f %10.1f %8.2f  %s\n", m.name, m.result.loadSeconds,
-                    m.result.totalSeconds, double(m.peakKilobytes) / 1024,
-                    double(m.peakKilobytes) * 1024 / double(bytes),
-                    &m == &all[0] ? "-" : (same ? "same" : "DIFFERENT"));
-    }
-    std::printf("  IniFileReader relative to:   load     total    peak memory\n");
-    for (auto const& m : all) {
-        if (&m != &ours) {
-            std::printf("    %-22s %7.2fx %7.2fx %9.2fx\n", m.name,
-                        ours.result.loadSeconds / m.result.loadSeconds,
-                        ours.result.totalSeconds / m.result.totalSeconds,
-                        double(ours.peakKilobytes) / double(std::max(1L, m.peakKilobytes)));
+        char const* const verdict = &m == &all[0] ? "-" : (same ? "same" : "DIFFERENT");
+        if (small) {
+            std::printf("  %-22s %12.2f  %s\n", m.name, m.result.totalSeconds * 1e6, verdict);
+        } else {
+            std::printf("  %-22s %9.3f %9.3f %10.1f %8.2f  %s\n", m.name, m.result.loadSeconds,
+                        m.result.totalSeconds, double(m.peakKilobytes) / 1024,
+                        double(m.peakKilobytes) * 1024 / double(i_Work.bytes), verdict);
         }
     }
+    if (!small) {
+        std::printf("  IniFileReader relative to:   load     total    peak memory\n");
+        for (auto const& m : all) {
+            if (&m != &ours) {
+                std::printf("    %-22s %7.2fx %7.2fx %9.2fx\n", m.name,
+                            ours.result.loadSeconds / m.result.loadSeconds,
+                            ours.result.totalSeconds / m.result.totalSeconds,
+                            double(ours.peakKilobytes) / double(std::max(1L, m.peakKilobytes)));
+            }
+        }
+    }
+    double const total = ours.result.totalSeconds;
+    io_Ratios.push_back({i_Work.label, total / all[2].result.totalSeconds,
+                         total / all[3].result.totalSeconds, total / all[0].result.totalSeconds,
+                         small ? 0 : double(ours.peakKilobytes) * 1024 / double(i_Work.bytes)});
     return agree;
+}
+
+void printRatios(std::vector<Ratios> const& i_Ratios, int i_Rounds) {
+    std::printf("\nIniFileReader / other reader, total %s time per load (medians of %d rounds)\n",
+                g_CpuTime ? "CPU" : "wall", i_Rounds);
+    std::printf("  %-26s %8s %11s %13s %11s\n", "file", "/ inih", "/ SimpleIni", "/ fread+lines",
+                "RSS / file");
+    for (auto const& r : i_Ratios) {
+        std::printf("  %-26s %7.2fx %10.2fx %12.1fx", r.label.c_str(), r.toInih, r.toSimpleIni,
+                    r.toPhysical);
+        if (r.memoryPerByte > 0) {
+            std::printf(" %11.2f\n", r.memoryPerByte);
+        } else {
+            std::printf(" %11s\n", "-");
+        }
+    }
+}
+
+Workload smallWorkload(std::string const& i_Directory, std::vector<uint32_t> const& i_KeyCounts,
+                       size_t i_Loads) {
+    uint32_t keys = 0;
+    for (uint32_t const count : i_KeyCounts) {
+        keys += count;
+    }
+    std::string const path = i_Directory + "/small-" + std::to_string(keys) + ".ini";
+    generate(path, 0, i_KeyCounts);
+    size_t const bytes = std::filesystem::file_size(path);
+    std::string const label = std::to_string(bytes) + " B, " + std::to_string(keys) + " keys";
+    return {label, path, bytes, i_Loads, 4, lookupsFor(i_KeyCounts, 64)};
+}
+
+Workload largeWorkload(std::string const& i_Directory, size_t i_Megabytes) {
+    std::string const path = i_Directory + "/bench-" + std::to_string(i_Megabytes) + "MB.ini";
+    size_t const bytes = i_Megabytes * 1024 * 1024;
+    std::vector<Lookup> lookups = lookupsFor(generate(path, bytes), 100000);
+    return {std::to_string(i_Megabytes) + " MB", path, bytes, 1, 0, std::move(lookups)};
 }
 
 } // namespace
 
 int main(int i_Count, char** i_Arguments) {
     std::vector<size_t> sizes;
+    int roundCount = 5;
     for (int i = 1; i < i_Count; ++i) {
-        sizes.push_back(std::strtoul(i_Arguments[i], nullptr, 10));
+        if (std::strcmp(i_Arguments[i], "--cpu") == 0) {
+            g_CpuTime = true;
+        } else if (std::strcmp(i_Arguments[i], "--rounds") == 0 && i + 1 < i_Count) {
+            roundCount = std::max(1, std::atoi(i_Arguments[++i]));
+        } else {
+            sizes.push_back(std::strtoul(i_Arguments[i], nullptr, 10));
+        }
     }
     if (sizes.empty()) {
         sizes = {1, 20, 100};
@@ -457,11 +580,21 @@ int main(int i_Count, char** i_Arguments) {
         std::perror("mkdtemp");
         return 1;
     }
-    bool agree = true;
+    std::vector<Workload> work = {smallWorkload(directory, {8}, 100000),
+                                  smallWorkload(directory, {24, 24, 24, 24}, 20000)};
     for (size_t const megabytes : sizes) {
-        agree = benchFile(directory, megabytes) && agree;
+        if (megabytes > 0) {
+            work.push_back(largeWorkload(directory, megabytes));
+        }
+    }
+    bool agree = true;
+    std::vector<Ratios> ratios;
+    for (auto const& each : work) {
+        agree = benchWorkload(each, roundCount, ratios) && agree;
+        std::remove(each.path.c_str());
     }
     rmdir(directory.c_str());
+    printRatios(ratios, roundCount);
     if (!agree) {
         std::fprintf(stderr, "\nthe readers disagree about the contents\n");
         return 1;

@@ -5,14 +5,20 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <locale>
 #include <new>
+#include <random>
 #include <string>
+#include <string_view>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 using Tessarine::IniFileReader;
@@ -42,17 +48,33 @@ struct TempFile {
     std::string path;
 };
 
-// Everything the reader holds, through its queries: "[section]key|value;key|value;[section]...".
-// No input of these tests holds a '|', so the split between key and value is unambiguous.
+// A reader's whole content through its queries, in the order of its positions.
+using Content =
+    std::vector<std::pair<std::wstring, std::vector<std::pair<std::wstring, std::wstring>>>>;
+
+Content contentOf(IniFileReader& i_Reader) {
+    Content content;
+    for (int s = 0; s < i_Reader.getSectionCount(); ++s) {
+        auto& keys =
+            content.emplace_back(i_Reader.getSectionAt(s), Content::value_type::second_type())
+                .second;
+        for (int k = 0; k < i_Reader.getKeyCount(content.back().first); ++k) {
+            std::wstring const key = i_Reader.getKeyAt(content.back().first, k);
+            std::wstring value;
+            EXPECT_EQ(i_Reader.getProperty(content.back().first, key, value), 1) << key;
+            keys.emplace_back(key, value);
+        }
+    }
+    return content;
+}
+
+// The content as "[section]key|value;key|value;[section]...". No input of the tests that use it
+// holds a '|', so the split between key and value is unambiguous.
 std::wstring dump(IniFileReader& i_Reader) {
     std::wstring out;
-    for (int s = 0; s < i_Reader.getSectionCount(); ++s) {
-        std::wstring const section = i_Reader.getSectionAt(s);
+    for (auto const& [section, keys] : contentOf(i_Reader)) {
         out += L"[" + section + L"]";
-        for (int k = 0; k < i_Reader.getKeyCount(section); ++k) {
-            std::wstring const key = i_Reader.getKeyAt(section, k);
-            std::wstring value;
-            EXPECT_EQ(i_Reader.getProperty(section, key, value), 1) << key;
+        for (auto const& [key, value] : keys) {
             out += key + L"|" + value + L";";
         }
     }
@@ -63,6 +85,98 @@ std::wstring read(std::string const& i_Bytes) {
     TempFile const file(i_Bytes);
     IniFileReader reader(file.wide().c_str());
     return dump(reader);
+}
+
+// The value of that name in a list of pairs, added at its end when the name is new.
+template <typename List> auto& entry(List& io_List, std::wstring const& i_Name) {
+    auto const at = std::find_if(io_List.begin(), io_List.end(),
+                                 [&](auto const& i_Entry) { return i_Entry.first == i_Name; });
+    return at != io_List.end() ? at->second
+                               : io_List.emplace_back(i_Name, decltype(at->second)()).second;
+}
+
+// The format read the plain way, a byte at a time into lists, with the reader's unescape(): the
+// model against which the reader's views, tables and hash indexes are checked.
+Content modelOf(std::string const& i_Bytes, IniFileReader& i_Decoder) {
+    auto const space = [](char i_Byte) {
+        return std::isspace(static_cast<unsigned char>(i_Byte)) != 0;
+    };
+    auto const separator = [](char i_Byte) { return i_Byte == '=' || i_Byte == ':'; };
+    auto const backslashesBefore = [](std::string const& i_Text, size_t i_End) {
+        size_t count = 0;
+        while (count < i_End && i_Text[i_End - 1 - count] == '\\') {
+            ++count;
+        }
+        return count;
+    };
+    auto const trimmed = [&](std::string i_Row) {
+        size_t start = 0;
+        while (start < i_Row.size() && space(i_Row[start])) {
+            ++start;
+        }
+        return i_Row.substr(start);
+    };
+    std::vector<std::string> rows;
+    for (size_t at = 0; at < i_Bytes.size();) {
+        size_t const end = std::min(i_Bytes.find('\n', at), i_Bytes.size());
+        std::string row = i_Bytes.substr(at, end - at);
+        row.erase(0, row.find_first_not_of('\r'));
+        row.erase(row.find_last_not_of('\r') + 1);
+        rows.push_back(row);
+        at = end + 1;
+    }
+    Content content;
+    std::string section;
+    for (size_t r = 0; r < rows.size();) {
+        std::string line = trimmed(rows[r++]);
+        for (bool more = backslashesBefore(line, line.size()) % 2 == 1; more;) {
+            line.pop_back();
+            std::string const next = r < rows.size() ? trimmed(rows[r++]) : "";
+            line += next;
+            more = !next.empty() && backslashesBefore(next, next.size()) % 2 == 1;
+        }
+        if (line.empty() || std::string_view("#!;").find(line[0]) != std::string_view::npos) {
+            continue;
+        }
+        if (line[0] == '[') {
+            section = line.substr(1, line.find(']', 1) - 1);
+            continue;
+        }
+        size_t key = 0;
+        while (key < line.size() &&
+               !(separator(line[key]) ? backslashesBefore(line, key) % 2 == 0 : space(line[key]))) {
+            ++key;
+        }
+        size_t value = key;
+        while (value < line.size() && space(line[value])) {
+            ++value;
+        }
+        value += value < line.size() && separator(line[value]) ? 1 : 0;
+        while (value < line.size() && space(line[value])) {
+            ++value;
+        }
+        entry(entry(content, i_Decoder.unescape(section)),
+              i_Decoder.unescape(line.substr(0, key))) = i_Decoder.unescape(line.substr(value));
+    }
+    return content;
+}
+
+// Text of the pieces that the format gives a meaning, of plain, high and NUL bytes, and of rows
+// with one of a hundred keys or section names, so that sections grow long and many.
+std::string randomFile(std::mt19937& io_Random) {
+    static std::string const pieces[] = {
+        "a",  "b",       "k",       "7",       "=",    ":",    " ",    "\t",   "\v", "\\",
+        "\\", "\r",      "\n",      "\n",      "\n",   "\r\n", "[",    "]",    "#",  ";",
+        "!",  "\\u00e9", "\\u0000", "\\U0041", "\xE9", "\xA0", "\x85", "\xFF", "\0"s};
+    std::string file;
+    for (size_t count = io_Random() % 1500; count > 0; --count) {
+        size_t const piece = io_Random() % (std::size(pieces) + 11);
+        std::string const name = std::to_string(io_Random() % 100);
+        file += piece < std::size(pieces)    ? pieces[piece]
+                : piece == std::size(pieces) ? "\n[s" + name + "]\n"
+                                             : "\nn" + name + "=";
+    }
+    return file;
 }
 
 // White space and the conversion of the path follow LC_CTYPE: tests run under "C".
@@ -155,6 +269,35 @@ TEST_F(IniReader, FilesGiveTheirDecodedContents) {
     for (auto const& [name, bytes, contents] : fileCases) {
         EXPECT_EQ(read(bytes), contents) << name;
     }
+}
+
+TEST_F(IniReader, RandomFilesReadAsTheModelReadsThem) {
+    std::mt19937 random(2024);
+    TempFile const file("");
+    for (char const* locale : {"C", "C.UTF-8"}) {
+        ScopedLocale const scoped(locale);
+        for (int round = 0; round < 200; ++round) {
+            std::string const bytes = randomFile(random);
+            file.write(bytes);
+            IniFileReader reader(file.wide().c_str());
+            ASSERT_EQ(contentOf(reader), modelOf(bytes, reader))
+                << locale << ": " << ::testing::PrintToString(bytes);
+        }
+    }
+}
+
+// A character facet that the program brings widens every byte, as it does in unescape(). This one
+// also widens bytes above 127 to their own values, as \u00XX decodes: the names are the same.
+TEST_F(IniReader, BytesAreWidenedByTheFacetOfWcout) {
+    struct Shouting : std::ctype<wchar_t> {
+        using std::ctype<wchar_t>::do_widen;
+        wchar_t do_widen(char i_Byte) const override {
+            return static_cast<wchar_t>(std::toupper(static_cast<unsigned char>(i_Byte)));
+        }
+    };
+    std::locale const previous = std::wcout.imbue(std::locale(std::wcout.getloc(), new Shouting));
+    EXPECT_EQ(read("[s]\n1\xE9=v\n1\\u00e9=w\n"), L"[S]1\xE9|W;");
+    std::wcout.imbue(previous);
 }
 
 TEST_F(IniReader, UnescapeDecodesSequences) {

@@ -2,34 +2,51 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <iostream>
-#include <tuple>
+#include <locale>
+#include <mutex>
+#include <new>
+#include <typeinfo>
+#include <vector>
 
-// How the reader keeps what it reads:
-// - Every decoded name and value is written once into an arena that the reader owns (m_Arena),
-//   together with the nodes of its maps; the arrays and maps hold views of that text. A key thus
-//   costs one copy of its text however many indexes refer to it, and the store is released in
-//   one piece when the reader goes.
-// - The stream and the read buffer are owned by RAII members, so they are released also when an
-//   allocation failure leaves the constructor, where no destructor runs.
+// How the reader works:
+// - The scanner hands out rows, logical lines, names and values as views of its read buffer;
+//   only a row that goes on beyond the buffer and a line of several rows are copied, into
+//   m_Row and m_Line.
+// - Every decoded name and value is written once into an arena that the store owns. Text whose
+//   characters are all below 256 takes one byte per character there, other text a wchar_t per
+//   character. The form follows from the characters alone, so two equal texts have the same
+//   form and bytes.
+// - The order of the indexes is never seen: names are found through hash tables, and the
+//   positions come from the lists in which they were first met.
+// - The stream, the read buffer and the store, which also holds the stream's buffer, are owned
+//   by RAII members, so they are released also when an allocation failure leaves the
+//   constructor, where no destructor runs. The stream is closed before the store goes.
 // - A reader is not copyable: it owns a stream and a buffer that must not be shared.
 
 namespace Tessarine {
 
-IniFileReader::IniFileReader(wchar_t const* i_FileName)
-    : m_Arena(std::pmr::new_delete_resource()), m_Sections(&m_Arena),
-      m_FileName(i_FileName, std::wcslen(i_FileName)), m_BufferSize(1000),
-      m_Buffer(new char[static_cast<size_t>(m_BufferSize)]), m_BufferLength(0), m_BufferPosition(0),
-      m_SpaceTable(), m_HeaderRead(false) {
-    load();
+namespace {
+
+unsigned char byteValue(char i_Byte) {
+    return static_cast<unsigned char>(i_Byte);
 }
 
-IniFileReader::~IniFileReader() = default;
+} // namespace
 
 // ---- Bytes and rows ----------------------------------------------------------------------
+
+namespace {
+
+// Size of the stream's buffer: what the C library would take for most files.
+constexpr size_t STREAM_BUFFER_SIZE = 4096;
+
+} // namespace
 
 void IniFileReader::FileCloser::operator()(std::FILE* i_File) const {
     std::fclose(i_File);
@@ -41,23 +58,29 @@ int IniFileReader::open() {
     m_File.reset();
     m_BufferLength = 0;
     m_BufferPosition = 0;
-    int32_t const length = static_cast<int32_t>(std::wcstombs(nullptr, m_FileName.c_str(), 0));
-    if (length <= 0) {
+    // Room for the longest conversion, on the stack for the paths that programs use.
+    size_t const capacity = m_FileName.size() * MB_CUR_MAX + 1;
+    char local[512];
+    std::unique_ptr<char[]> const allocated(capacity > sizeof local ? new char[capacity] : nullptr);
+    char* const path = allocated ? allocated.get() : local;
+    size_t const length = std::wcstombs(path, m_FileName.c_str(), capacity);
+    // The empty path, and a path that the current locale cannot convert, open nothing.
+    if (length == 0 || length == static_cast<size_t>(-1)) {
         return 0;
     }
-    std::unique_ptr<char[]> const path(new char[static_cast<size_t>(length) + 1]);
-    int32_t const converted = static_cast<int32_t>(
-        std::wcstombs(path.get(), m_FileName.c_str(), static_cast<size_t>(length) + 1));
-    if (converted > 0) {
-        m_File.reset(std::fopen(path.get(), "r"));
+    m_File.reset(std::fopen(path, "r"));
+    if (!m_File) {
+        return 0;
     }
-    return m_File ? 1 : 0;
+    // A buffer of the reader's own spares the C library the size query and the allocation of
+    // its buffer on every open.
+    std::setvbuf(m_File.get(), m_StreamBuffer, _IOFBF, STREAM_BUFFER_SIZE);
+    return 1;
 }
 
 bool IniFileReader::get_char(char& o_Byte) {
     if (m_BufferPosition >= m_BufferLength) {
         m_BufferPosition = 0;
-        std::memset(m_Buffer.get(), 0, static_cast<size_t>(m_BufferSize));
         m_BufferLength = static_cast<uint32_t>(
             std::fread(m_Buffer.get(), 1, static_cast<size_t>(m_BufferSize), m_File.get()));
     }
@@ -68,30 +91,44 @@ bool IniFileReader::get_char(char& o_Byte) {
     return true;
 }
 
-bool IniFileReader::get_row(std::string& o_Row) {
-    o_Row.clear();
-    bool consumed = false;
+// The row is a view of the read buffer, valid until the next refill, or of m_Row when it goes
+// on beyond the buffer.
+bool IniFileReader::get_row(std::string_view& o_Row) {
     char byte = 0;
-    while (get_char(byte)) {
-        consumed = true;
-        if (byte == '\n') {
-            break;
-        }
-        o_Row += byte;
-        // What is left of the row in the buffer is taken in one step; get_char comes back
-        // for the LF, or for the refill when the row goes on beyond the buffer.
-        char const* const start = m_Buffer.get() + m_BufferPosition;
-        size_t const available = m_BufferLength - m_BufferPosition;
-        auto const* const lineFeed = static_cast<char const*>(std::memchr(start, '\n', available));
-        size_t const taken =
-            lineFeed == nullptr ? available : static_cast<size_t>(lineFeed - start);
-        o_Row.append(start, taken);
-        m_BufferPosition += static_cast<uint32_t>(taken);
+    if (!get_char(byte)) {
+        return false;
     }
-    // The runs of CRs at both ends go; a row of nothing but CRs is empty (npos + 1 is 0).
-    o_Row.erase(0, o_Row.find_first_not_of('\r'));
-    o_Row.erase(o_Row.find_last_not_of('\r') + 1);
-    return consumed;
+    char const* const start = m_Buffer.get() + m_BufferPosition - 1;
+    char const* const end = m_Buffer.get() + m_BufferLength;
+    auto const* lineFeed =
+        static_cast<char const*>(std::memchr(start, '\n', static_cast<size_t>(end - start)));
+    if (lineFeed != nullptr) {
+        o_Row = std::string_view(start, static_cast<size_t>(lineFeed - start));
+        m_BufferPosition = static_cast<uint32_t>(lineFeed + 1 - m_Buffer.get());
+    } else {
+        m_Row.assign(start, end);
+        m_BufferPosition = m_BufferLength;
+        while (get_char(byte) && byte != '\n') {
+            // The rest of the row in the buffer is taken in one step; get_char comes back for
+            // the LF, or for the refill when the row goes on beyond the buffer.
+            char const* const from = m_Buffer.get() + m_BufferPosition - 1;
+            size_t const available = m_BufferLength - m_BufferPosition + 1;
+            lineFeed = static_cast<char const*>(std::memchr(from, '\n', available));
+            size_t const taken =
+                lineFeed == nullptr ? available : static_cast<size_t>(lineFeed - from);
+            m_Row.append(from, taken);
+            m_BufferPosition += static_cast<uint32_t>(taken - 1);
+        }
+        o_Row = m_Row;
+    }
+    // The runs of CRs at both ends go.
+    while (!o_Row.empty() && o_Row.front() == '\r') {
+        o_Row.remove_prefix(1);
+    }
+    while (!o_Row.empty() && o_Row.back() == '\r') {
+        o_Row.remove_suffix(1);
+    }
+    return true;
 }
 
 // ---- Logical lines -----------------------------------------------------------------------
@@ -100,51 +137,80 @@ namespace {
 
 constexpr char BACKSLASH = '\\';
 
-unsigned char byteValue(char i_Byte) {
-    return static_cast<unsigned char>(i_Byte);
+// What a byte value is to the scanner; the classes are or-ed together.
+enum ByteClass : unsigned char {
+    // White space, by isspace() in the current LC_CTYPE.
+    SPACE = 1,
+    // A byte at which the scan of a key has to look closer: white space, separators, backslash.
+    KEY_STOP = 2,
+};
+
+bool isSeparator(char i_Byte) {
+    return i_Byte == '=' || i_Byte == ':';
+}
+
+// The classes of every byte value in the current LC_CTYPE. glibc's isspace() reads one table of
+// the locale, so reading that table once gives the same answers as 256 calls.
+void fillByteClasses(std::array<unsigned char, 256>& o_Classes) {
+#if defined(__GLIBC__)
+    unsigned short const* const classes = *__ctype_b_loc();
+    for (unsigned value = 0; value < 256; ++value) {
+        o_Classes[value] = (classes[value] & _ISspace) != 0 ? SPACE | KEY_STOP : 0;
+    }
+#else
+    for (unsigned value = 0; value < 256; ++value) {
+        o_Classes[value] = std::isspace(static_cast<int>(value)) != 0 ? SPACE | KEY_STOP : 0;
+    }
+#endif
+    for (char const stop : {'=', ':', BACKSLASH}) {
+        o_Classes[byteValue(stop)] |= KEY_STOP;
+    }
 }
 
 // Position of the first byte at or after i_From that is no white space.
-size_t skipSpace(std::string_view i_Text, size_t i_From, std::array<bool, 256> const& i_Spaces) {
-    while (i_From < i_Text.size() && i_Spaces[byteValue(i_Text[i_From])]) {
+size_t skipSpace(std::string_view i_Text, size_t i_From,
+                 std::array<unsigned char, 256> const& i_Classes) {
+    while (i_From < i_Text.size() && (i_Classes[byteValue(i_Text[i_From])] & SPACE) != 0) {
         ++i_From;
     }
     return i_From;
 }
 
-// Length of the run of backslashes that ends the text.
-size_t trailingBackslashes(std::string_view i_Text) {
-    size_t const last = i_Text.find_last_not_of(BACKSLASH);
-    return last == std::string_view::npos ? i_Text.size() : i_Text.size() - last - 1;
+// Length of the run of backslashes that ends right before i_End.
+size_t backslashesBefore(std::string_view i_Text, size_t i_End) {
+    size_t count = 0;
+    while (count < i_End && i_Text[i_End - 1 - count] == BACKSLASH) {
+        ++count;
+    }
+    return count;
 }
 
 } // namespace
 
-int IniFileReader::is_space(char const& i_Byte) {
-    return std::isspace(byteValue(i_Byte));
-}
-
-bool IniFileReader::get_line(std::string& o_Line) {
-    if (!get_row(m_Row)) {
+// The line is a view of the row when it is one row, else of m_Line.
+bool IniFileReader::get_line(std::string_view& o_Line) {
+    std::string_view row;
+    if (!get_row(row)) {
         return false;
     }
-    o_Line.assign(m_Row, skipSpace(m_Row, 0, m_SpaceTable));
-    if (trailingBackslashes(o_Line) % 2 == 0) {
+    row.remove_prefix(skipSpace(row, 0, m_ByteClasses));
+    if (backslashesBefore(row, row.size()) % 2 == 0) {
+        o_Line = row;
         return true;
     }
-    o_Line.pop_back();
-    while (get_row(m_Row)) {
-        std::string_view const next =
-            std::string_view(m_Row).substr(skipSpace(m_Row, 0, m_SpaceTable));
-        if (next.empty()) {
-            return true;
+    m_Line.assign(row.data(), row.size() - 1);
+    while (get_row(row)) {
+        row.remove_prefix(skipSpace(row, 0, m_ByteClasses));
+        if (row.empty()) {
+            break;
         }
-        o_Line += next;
-        if (trailingBackslashes(next) % 2 == 0) {
-            return true;
+        m_Line += row;
+        if (backslashesBefore(row, row.size()) % 2 == 0) {
+            break;
         }
-        o_Line.pop_back();
+        m_Line.pop_back();
     }
+    o_Line = m_Line;
     return true;
 }
 
@@ -152,66 +218,64 @@ bool IniFileReader::get_line(std::string& o_Line) {
 
 namespace {
 
-bool isSeparator(char i_Byte) {
-    return i_Byte == '=' || i_Byte == ':';
-}
-
 bool isComment(char i_Byte) {
     return i_Byte == '#' || i_Byte == '!' || i_Byte == ';';
 }
 
 // Where the key of a key line ends: at white space, or at a separator that is not escaped by an
 // odd run of backslashes. White space ends it even behind a backslash.
-size_t keyEnd(std::string_view i_Line, std::array<bool, 256> const& i_Spaces) {
-    size_t backslashes = 0;
-    size_t position = 0;
-    for (; position < i_Line.size(); ++position) {
-        char const byte = i_Line[position];
-        if (isSeparator(byte)) {
-            if (backslashes % 2 == 0) {
-                break;
-            }
-        } else if (i_Spaces[byteValue(byte)]) {
-            break;
+size_t keyEnd(std::string_view i_Line, std::array<unsigned char, 256> const& i_Classes) {
+    for (size_t position = 0;; ++position) {
+        while (position < i_Line.size() &&
+               (i_Classes[byteValue(i_Line[position])] & KEY_STOP) == 0) {
+            ++position;
         }
-        backslashes = byte == BACKSLASH ? backslashes + 1 : 0;
+        if (position == i_Line.size()) {
+            return position;
+        }
+        char const byte = i_Line[position];
+        if (isSeparator(byte) ? backslashesBefore(i_Line, position) % 2 == 0
+                              : (i_Classes[byteValue(byte)] & SPACE) != 0) {
+            return position;
+        }
     }
-    return position;
 }
 
 } // namespace
 
-bool IniFileReader::get_next_key(std::string& io_Section, std::string& o_Key,
-                                 std::string& o_Value) {
+// The key and the value are views of the line, valid until the next call.
+bool IniFileReader::get_next_key(std::string& io_Section, std::string_view& o_Key,
+                                 std::string_view& o_Value) {
+    std::string_view line;
     for (;;) {
-        if (!get_line(m_Line)) {
+        if (!get_line(line)) {
             return false;
         }
-        if (m_Line.empty() || isComment(m_Line[0])) {
+        if (line.empty() || isComment(line[0])) {
             continue;
         }
-        if (m_Line[0] != '[') {
+        if (line[0] != '[') {
             break;
         }
-        size_t const end = m_Line.find(']', 1);
-        io_Section.assign(m_Line, 1, end == std::string::npos ? std::string::npos : end - 1);
+        size_t const end = line.find(']', 1);
+        io_Section.assign(line.substr(1, end == std::string_view::npos ? end : end - 1));
         m_HeaderRead = true;
     }
-    size_t const length = m_Line.size();
-    size_t const keyLength = keyEnd(m_Line, m_SpaceTable);
+    size_t const length = line.size();
+    size_t const keyLength = keyEnd(line, m_ByteClasses);
     size_t position = keyLength;
     if (position < length) {
-        if (isSeparator(m_Line[position])) {
+        if (isSeparator(line[position])) {
             ++position;
         } else {
-            position = skipSpace(m_Line, position, m_SpaceTable);
-            if (position < length && isSeparator(m_Line[position])) {
+            position = skipSpace(line, position, m_ByteClasses);
+            if (position < length && isSeparator(line[position])) {
                 ++position;
             }
         }
     }
-    o_Key.assign(m_Line, 0, keyLength);
-    o_Value.assign(m_Line, skipSpace(m_Line, position, m_SpaceTable));
+    o_Key = line.substr(0, keyLength);
+    o_Value = line.substr(skipSpace(line, position, m_ByteClasses));
     return true;
 }
 
@@ -223,6 +287,50 @@ namespace {
 // std::wcout's locale.
 wchar_t char_2_wchar(char i_Byte) {
     return std::wcout.widen(i_Byte);
+}
+
+// The widen table of the standard character facet that std::wcout had at the last load. That
+// facet's answers are fixed when it is made, so while std::wcout keeps the same facet its table
+// serves again; a program that imbues std::wcout with another locale gets that locale's table.
+// The cache holds the facet's locale, which keeps the facet alive: no other facet can come to
+// its address.
+class WidenCache {
+public:
+    void fill(std::locale const& i_Locale, std::ctype<wchar_t> const& i_Facet,
+              std::array<wchar_t, 256>& o_Widen) {
+        std::lock_guard<std::mutex> const lock(m_Mutex);
+        if (&i_Facet != m_Facet) {
+            std::array<char, 256> bytes;
+            for (unsigned value = 0; value < 256; ++value) {
+                bytes[value] = static_cast<char>(value);
+            }
+            i_Facet.widen(bytes.data(), bytes.data() + bytes.size(), m_Widen.data());
+            m_Locale = i_Locale;
+            m_Facet = &i_Facet;
+        }
+        o_Widen = m_Widen;
+    }
+
+private:
+    std::mutex m_Mutex;
+    std::locale m_Locale;
+    std::ctype<wchar_t> const* m_Facet = nullptr;
+    std::array<wchar_t, 256> m_Widen{};
+};
+
+// char_2_wchar() of every byte value. The standard library's facet widens a range in one call
+// exactly as byte by byte; a facet that the program brings is asked byte by byte.
+void fillWidenTable(std::array<wchar_t, 256>& o_Widen) {
+    std::locale const locale = std::wcout.getloc();
+    auto const& facet = std::use_facet<std::ctype<wchar_t>>(locale);
+    if (typeid(facet) == typeid(std::ctype<wchar_t>)) {
+        static WidenCache cache;
+        cache.fill(locale, facet, o_Widen);
+        return;
+    }
+    for (unsigned value = 0; value < 256; ++value) {
+        o_Widen[value] = char_2_wchar(static_cast<char>(value));
+    }
 }
 
 uint8_t hexDigit(char i_Byte) {
@@ -242,15 +350,6 @@ uint8_t hexPair(char const* i_Digits) {
     return static_cast<uint8_t>(hexDigit(i_Digits[0]) * 16 + hexDigit(i_Digits[1]));
 }
 
-// Length of the run of backslashes that ends at i_Position, counted back to the start.
-size_t backslashRunEndingAt(std::string_view i_Text, size_t i_Position) {
-    size_t count = 0;
-    while (count <= i_Position && i_Text[i_Position - count] == BACKSLASH) {
-        ++count;
-    }
-    return count;
-}
-
 // Decodes raw text into o_Out, which has room for i_Raw.size() characters (no sequence is longer
 // decoded than raw), and returns the number of characters written. i_Widen gives the wide
 // character of a byte that stands for itself.
@@ -266,7 +365,7 @@ size_t decode(std::string_view i_Raw, wchar_t* o_Out, Widen const& i_Widen) {
         } else if (i_Raw[i + 1] != 'u' && i_Raw[i + 1] != 'U') {
             *out++ = i_Widen(i_Raw[i + 1]);
             i += 2;
-        } else if (backslashRunEndingAt(i_Raw, i) % 2 == 0 || i + 5 >= length) {
+        } else if (backslashesBefore(i_Raw, i + 1) % 2 == 0 || i + 5 >= length) {
             // Either this backslash was the last digit of an earlier sequence, or the text is
             // too short for four digits: the backslash stands for itself.
             *out++ = i_Widen(BACKSLASH);
@@ -281,24 +380,11 @@ size_t decode(std::string_view i_Raw, wchar_t* o_Out, Widen const& i_Widen) {
     return static_cast<size_t>(out - o_Out);
 }
 
-// Widens through the table that load() fills once.
-struct TableWiden {
-    std::array<wchar_t, 256> const& table;
-    wchar_t operator()(char i_Byte) const { return table[byteValue(i_Byte)]; }
-};
-
-// Decodes into a reused string; its capacity carries over from one call to the next.
-template <typename Widen>
-void decodeInto(std::string_view i_Raw, std::wstring& o_Text, Widen const& i_Widen) {
-    o_Text.resize(i_Raw.size());
-    o_Text.resize(decode(i_Raw, o_Text.data(), i_Widen));
-}
-
 } // namespace
 
 std::wstring IniFileReader::unescape(std::string const& i_Text) {
-    std::wstring result;
-    decodeInto(i_Text, result, char_2_wchar);
+    std::wstring result(i_Text.size(), L'\0');
+    result.resize(decode(i_Text, result.data(), char_2_wchar));
     return result;
 }
 
@@ -310,64 +396,445 @@ uint8_t IniFileReader::hex2char(char const* i_Digits) {
 
 namespace {
 
-// One search for a name: where it is in the map, or where it belongs, and whether it is there.
-template <typename Map>
-std::pair<typename Map::iterator, bool> locate(Map& io_Map, std::wstring_view i_Name) {
-    auto const at = io_Map.lower_bound(i_Name);
-    return {at, at != io_Map.end() && !io_Map.key_comp()(i_Name, at->first)};
+// A decoded name or value: one byte per character when every character is below 256, else one
+// wchar_t per character.
+class Text {
+public:
+    Text() = default;
+    Text(void const* i_Data, size_t i_Length, bool i_Wide)
+        : m_Data(i_Data), m_Form(i_Length << 1 | (i_Wide ? 1 : 0)) {}
+
+    void const* data() const { return m_Data; }
+    size_t length() const { return m_Form >> 1; }
+    bool wide() const { return (m_Form & 1) != 0; }
+    size_t bytes() const { return length() * (wide() ? sizeof(wchar_t) : 1); }
+    // Equal forms and bytes: both texts are stored texts or decoded like them.
+    bool operator==(Text const& i_Other) const {
+        return m_Form == i_Other.m_Form &&
+               (m_Form < 2 || std::memcmp(m_Data, i_Other.m_Data, bytes()) == 0);
+    }
+    // The same characters, and as many, as the caller's text.
+    bool operator==(std::wstring_view i_Name) const {
+        if (i_Name.size() != length()) {
+            return false;
+        }
+        if (wide()) {
+            return i_Name.empty() ||
+                   std::wmemcmp(static_cast<wchar_t const*>(m_Data), i_Name.data(), length()) == 0;
+        }
+        auto const* const bytes = static_cast<unsigned char const*>(m_Data);
+        return std::equal(i_Name.begin(), i_Name.end(), bytes,
+                          [](wchar_t i_Wide, unsigned char i_Byte) {
+                              return i_Wide == static_cast<wchar_t>(i_Byte);
+                          });
+    }
+    // Into a caller's string, whose capacity serves again.
+    void copyTo(std::wstring& o_Text) const {
+        if (wide()) {
+            o_Text.assign(static_cast<wchar_t const*>(m_Data), length());
+            return;
+        }
+        auto const* const bytes = static_cast<unsigned char const*>(m_Data);
+        o_Text.resize(length());
+        std::copy(bytes, bytes + length(), o_Text.begin());
+    }
+    std::wstring str() const {
+        std::wstring text;
+        copyTo(text);
+        return text;
+    }
+
+private:
+    void const* m_Data = nullptr;
+    size_t m_Form = 0; // the length, shifted left by one, and the wide flag in bit 0
+};
+
+// FNV-1a over character values, so that a stored text and a caller's wide text of the same
+// characters hash alike.
+template <typename Character> uint32_t hashOf(Character const* i_Text, size_t i_Length) {
+    uint64_t hash = 14695981039346656037ull;
+    for (size_t i = 0; i < i_Length; ++i) {
+        hash = (hash ^ static_cast<uint32_t>(i_Text[i])) * 1099511628211ull;
+    }
+    return static_cast<uint32_t>(hash ^ (hash >> 32));
 }
 
+uint32_t hashOf(Text i_Text) {
+    return i_Text.wide()
+               ? hashOf(static_cast<wchar_t const*>(i_Text.data()), i_Text.length())
+               : hashOf(static_cast<unsigned char const*>(i_Text.data()), i_Text.length());
+}
+
+uint32_t hashOf(std::wstring_view i_Text) {
+    return hashOf(i_Text.data(), i_Text.size());
+}
+
+// Memory for text that is released only with the store. room() shows where the next text will
+// go, take() claims it: a decoded name that proves to be known already is simply not taken.
+class Arena {
+public:
+    // The first text goes to i_First, which lives as long as the arena.
+    template <size_t Size>
+    explicit Arena(std::array<wchar_t, Size>& i_First)
+        : m_Free(reinterpret_cast<char*>(i_First.data())), m_End(m_Free + sizeof i_First) {}
+    ~Arena() {
+        while (m_Chunks != nullptr) {
+            Chunk* const next = m_Chunks->m_Next;
+            ::operator delete(m_Chunks);
+            m_Chunks = next;
+        }
+    }
+    Arena(Arena const&) = delete;
+    Arena& operator=(Arena const&) = delete;
+
+    // Free room for i_Length characters.
+    template <typename Character> Character* room(size_t i_Length) {
+        m_Free += (alignof(Character) - reinterpret_cast<uintptr_t>(m_Free) % alignof(Character)) %
+                  alignof(Character);
+        if (static_cast<size_t>(m_End - m_Free) / sizeof(Character) < i_Length) {
+            grow(i_Length * sizeof(Character));
+        }
+        return reinterpret_cast<Character*>(m_Free);
+    }
+    void take(size_t i_Bytes) { m_Free += i_Bytes; }
+
+private:
+    struct alignas(std::max_align_t) Chunk {
+        Chunk* m_Next;
+    };
+    static constexpr size_t MOST_GROWTH = size_t(1) << 24;
+
+    // A new chunk; what was left of the old one is not used again. Chunks double up to
+    // MOST_GROWTH, so a large file takes few of them and a small one little memory.
+    void grow(size_t i_Bytes) {
+        size_t const size = (std::max(i_Bytes, m_NextSize) + 3) / 4 * 4;
+        auto* const chunk = static_cast<Chunk*>(::operator new(sizeof(Chunk) + size));
+        chunk->m_Next = m_Chunks;
+        m_Chunks = chunk;
+        m_Free = reinterpret_cast<char*>(chunk + 1);
+        m_End = m_Free + size;
+        m_NextSize = std::min(m_NextSize * 2, MOST_GROWTH);
+    }
+
+    Chunk* m_Chunks = nullptr;
+    char* m_Free = nullptr;
+    char* m_End = nullptr;
+    size_t m_NextSize = 4096;
+};
+
+// Finds a name among the names of a list, given as i_NameAt(position) for the positions below
+// i_Count. Up to LINEAR_LIMIT names are searched from the start; a longer list is indexed by an
+// open-addressing table of positions by hash.
+class NameIndex {
+public:
+    static constexpr uint32_t NONE = UINT32_MAX;
+
+    // The position of i_Name, or NONE.
+    template <typename Name, typename NameAt>
+    uint32_t find(Name const& i_Name, size_t i_Count, NameAt const& i_NameAt) const {
+        if (m_Slots.empty()) {
+            for (uint32_t position = 0; position < i_Count; ++position) {
+                if (i_NameAt(position) == i_Name) {
+                    return position;
+                }
+            }
+            return NONE;
+        }
+        uint32_t const hash = hashOf(i_Name);
+        size_t const mask = m_Slots.size() - 1;
+        for (size_t at = hash & mask;; at = (at + 1) & mask) {
+            Slot const& slot = m_Slots[at];
+            if (slot.m_Position == NONE) {
+                return NONE;
+            }
+            // Different names can share a hash.
+            if (slot.m_Hash == hash && i_NameAt(slot.m_Position) == i_Name) {
+                return slot.m_Position;
+            }
+        }
+    }
+
+    // Makes room for the name at position i_Count, so that add() cannot fail. A list of more
+    // names than a position can count is treated as memory running out.
+    template <typename NameAt> void reserveFor(size_t i_Count, NameAt const& i_NameAt) {
+        if (i_Count >= NONE) {
+            throw std::bad_alloc();
+        }
+        if (i_Count < LINEAR_LIMIT || (i_Count + 1) * 4 <= m_Slots.size() * 3) {
+            return;
+        }
+        std::vector<Slot> slots(std::max<size_t>(4 * LINEAR_LIMIT, 2 * m_Slots.size()),
+                                Slot{0, NONE});
+        if (m_Slots.empty()) {
+            for (uint32_t position = 0; position < i_Count; ++position) {
+                place(slots, {hashOf(i_NameAt(position)), position});
+            }
+        }
+        for (Slot const& slot : m_Slots) {
+            if (slot.m_Position != NONE) {
+                place(slots, slot);
+            }
+        }
+        m_Slots.swap(slots);
+    }
+
+    void add(Text i_Name, uint32_t i_Position) {
+        if (!m_Slots.empty()) {
+            place(m_Slots, {hashOf(i_Name), i_Position});
+        }
+    }
+
+private:
+    static constexpr size_t LINEAR_LIMIT = 8;
+
+    struct Slot {
+        uint32_t m_Hash;
+        uint32_t m_Position;
+    };
+
+    static void place(std::vector<Slot>& io_Slots, Slot i_Slot) {
+        size_t const mask = io_Slots.size() - 1;
+        size_t at = i_Slot.m_Hash & mask;
+        while (io_Slots[at].m_Position != NONE) {
+            at = (at + 1) & mask;
+        }
+        io_Slots[at] = i_Slot;
+    }
+
+    std::vector<Slot> m_Slots;
+};
+
 // Makes room for one more element the way push_back would, so that a push_back after it cannot
-// fail: a name then enters its map and its list of positions together or not at all.
+// fail: a name then enters its index and its list of positions together or not at all.
 template <typename Element> void reserveOneMore(std::vector<Element>& io_List) {
     if (io_List.size() == io_List.capacity()) {
-        io_List.reserve(std::max<size_t>(1, 2 * io_List.size()));
+        io_List.reserve(std::max<size_t>(2, 2 * io_List.size()));
     }
 }
+
+struct Property {
+    Text m_Key;
+    Text m_Value;
+};
+
+struct Section {
+    Text m_Name;
+    // In the order of their first appearance.
+    std::vector<Property> m_Properties;
+    NameIndex m_Index;
+
+    Text keyAt(uint32_t i_Position) const { return m_Properties[i_Position].m_Key; }
+
+    // The property of that key, or null.
+    Property const* find(std::wstring_view i_Key) const {
+        uint32_t const at =
+            m_Index.find(i_Key, m_Properties.size(), [this](uint32_t i_At) { return keyAt(i_At); });
+        return at == NameIndex::NONE ? nullptr : &m_Properties[at];
+    }
+};
+
+// Turns raw text into stored text, with the tables that load() samples from the locale.
+class Decoder {
+public:
+    Decoder() : m_AsciiPlain(false) {
+        fillWidenTable(m_Widen);
+        m_AsciiPlain = std::equal(m_Widen.begin(), m_Widen.begin() + 128, asciiIdentity().begin());
+    }
+
+    // The decoded text, in the arena's free room: the caller takes it or lets it go.
+    Text decodeIntoRoom(std::string_view i_Raw, Arena& io_Arena) const {
+        size_t const length = i_Raw.size();
+        // Mostly every byte stands for itself: the text is its own bytes.
+        auto* const bytes = io_Arena.room<unsigned char>(length);
+        if (copyPlain(i_Raw, bytes)) {
+            return Text(bytes, length, false);
+        }
+        auto* const wide = io_Arena.room<wchar_t>(length);
+        size_t const count =
+            decode(i_Raw, wide, [this](char i_Byte) { return m_Widen[byteValue(i_Byte)]; });
+        bool const narrow = std::all_of(wide, wide + count, [](wchar_t i_Character) {
+            return i_Character >= 0 && i_Character < 256;
+        });
+        if (!narrow) {
+            return Text(wide, count, true);
+        }
+        // Byte i overwrites memory of characters before i, which are already copied.
+        auto* const narrowed = static_cast<unsigned char*>(static_cast<void*>(wide));
+        for (size_t i = 0; i < count; ++i) {
+            narrowed[i] = static_cast<unsigned char>(wide[i]);
+        }
+        return Text(narrowed, count, false);
+    }
+
+private:
+    // Copies the text to o_Bytes and tells whether every byte of it decodes to itself.
+    bool copyPlain(std::string_view i_Raw, unsigned char* o_Bytes) const {
+        if (m_AsciiPlain && copyAscii(i_Raw, o_Bytes)) {
+            return true;
+        }
+        bool plain = true;
+        for (size_t i = 0; i < i_Raw.size(); ++i) {
+            unsigned char const byte = byteValue(i_Raw[i]);
+            o_Bytes[i] = byte;
+            plain = plain && byte != byteValue(BACKSLASH) && m_Widen[byte] == byte;
+        }
+        return plain;
+    }
+
+    // Copies the text and tells whether none of its bytes is above 127 or a backslash. Eight
+    // bytes are looked at a time, the last eight perhaps twice; a shorter text in parts of four,
+    // two and one.
+    static bool copyAscii(std::string_view i_Raw, unsigned char* o_Bytes) {
+        char const* const from = i_Raw.data();
+        size_t const length = i_Raw.size();
+        uint64_t found = 0;
+        if (length >= 8) {
+            for (size_t i = 0; i < length - 8; i += 8) {
+                found |= copyWord<8>(from + i, o_Bytes + i);
+            }
+            found |= copyWord<8>(from + length - 8, o_Bytes + length - 8);
+            return found == 0;
+        }
+        size_t i = 0;
+        if ((length & 4) != 0) {
+            found |= copyWord<4>(from + i, o_Bytes + i);
+            i += 4;
+        }
+        if ((length & 2) != 0) {
+            found |= copyWord<2>(from + i, o_Bytes + i);
+            i += 2;
+        }
+        if ((length & 1) != 0) {
+            found |= copyWord<1>(from + i, o_Bytes + i);
+        }
+        return found == 0;
+    }
+
+    // Copies Size bytes, up to eight, and returns non-zero when one of them is above 127 or a
+    // backslash. The bytes are looked at in one word, whose unused bytes are zero.
+    template <size_t Size> static uint64_t copyWord(char const* i_From, unsigned char* o_To) {
+        constexpr uint64_t ONES = 0x0101010101010101ull;
+        constexpr uint64_t HIGHS = 0x8080808080808080ull;
+        uint64_t word = 0;
+        std::memcpy(&word, i_From, Size);
+        std::memcpy(o_To, i_From, Size);
+        uint64_t const backslashes = word ^ (ONES * byteValue(BACKSLASH));
+        return (word | ((backslashes - ONES) & ~backslashes)) & HIGHS;
+    }
+
+    // The wide characters 0 to 127.
+    static std::array<wchar_t, 128> const& asciiIdentity() {
+        static std::array<wchar_t, 128> const identity = [] {
+            std::array<wchar_t, 128> values{};
+            for (size_t value = 0; value < values.size(); ++value) {
+                values[value] = static_cast<wchar_t>(value);
+            }
+            return values;
+        }();
+        return identity;
+    }
+
+    std::array<wchar_t, 256> m_Widen;
+    // Whether every byte below 128 is widened to its own value.
+    bool m_AsciiPlain;
+};
 
 } // namespace
 
-bool IniFileReader::NameOrder::operator()(std::wstring_view i_Left,
-                                          std::wstring_view i_Right) const {
-    size_t const common = std::min(i_Left.size(), i_Right.size());
-    if (common != 0) {
-        int const order = std::wmemcmp(i_Left.data(), i_Right.data(), common);
-        if (order != 0) {
-            return order < 0;
+class IniFileReader::Store {
+public:
+    // The position of the section of that name; the section is added when there is none.
+    size_t sectionNamed(std::string_view i_Raw, Decoder const& i_Decoder) {
+        Text const name = i_Decoder.decodeIntoRoom(i_Raw, m_Arena);
+        auto const nameAt = [this](uint32_t i_At) { return m_Sections[i_At].m_Name; };
+        uint32_t const at = m_Index.find(name, m_Sections.size(), nameAt);
+        if (at != NameIndex::NONE) {
+            return at;
         }
+        m_Arena.take(name.bytes());
+        reserveOneMore(m_Sections);
+        m_Index.reserveFor(m_Sections.size(), nameAt);
+        m_Sections.push_back(Section{name, {}, {}});
+        m_Index.add(name, static_cast<uint32_t>(m_Sections.size() - 1));
+        return m_Sections.size() - 1;
     }
-    return i_Left.size() < i_Right.size();
+
+    void setProperty(size_t i_Section, std::string_view i_Key, std::string_view i_Value,
+                     Decoder const& i_Decoder) {
+        Section& section = m_Sections[i_Section];
+        std::vector<Property>& properties = section.m_Properties;
+        Text const key = i_Decoder.decodeIntoRoom(i_Key, m_Arena);
+        auto const keyAt = [&section](uint32_t i_At) { return section.keyAt(i_At); };
+        uint32_t const at = section.m_Index.find(key, properties.size(), keyAt);
+        if (at != NameIndex::NONE) {
+            properties[at].m_Value = keep(i_Value, i_Decoder);
+            return;
+        }
+        m_Arena.take(key.bytes());
+        Text const value = keep(i_Value, i_Decoder);
+        reserveOneMore(properties);
+        section.m_Index.reserveFor(properties.size(), keyAt);
+        properties.push_back({key, value});
+        section.m_Index.add(key, static_cast<uint32_t>(properties.size() - 1));
+    }
+
+    // The section of that name, or null.
+    Section const* find(std::wstring_view i_Name) const {
+        uint32_t const at = m_Index.find(i_Name, m_Sections.size(),
+                                         [this](uint32_t i_At) { return m_Sections[i_At].m_Name; });
+        return at == NameIndex::NONE ? nullptr : &m_Sections[at];
+    }
+
+    std::vector<Section> const& sections() const { return m_Sections; }
+
+    std::array<char, STREAM_BUFFER_SIZE> m_StreamBuffer;
+
+private:
+    Text keep(std::string_view i_Raw, Decoder const& i_Decoder) {
+        Text const text = i_Decoder.decodeIntoRoom(i_Raw, m_Arena);
+        m_Arena.take(text.bytes());
+        return text;
+    }
+
+    // Room for the text of a small file, so that it needs no allocation of its own.
+    std::array<wchar_t, 256> m_FirstText;
+    // Declared before the views of its text, so that it outlives them.
+    Arena m_Arena{m_FirstText};
+    // In the order of their first key line.
+    std::vector<Section> m_Sections;
+    NameIndex m_Index;
+};
+
+IniFileReader::IniFileReader(wchar_t const* i_FileName)
+    : m_Store(new Store), m_FileName(i_FileName, std::wcslen(i_FileName)), m_BufferSize(1000),
+      m_Buffer(new char[static_cast<size_t>(m_BufferSize)]), m_BufferLength(0), m_BufferPosition(0),
+      m_StreamBuffer(m_Store->m_StreamBuffer.data()), m_ByteClasses(), m_HeaderRead(false) {
+    load();
 }
 
-IniFileReader::Section::Section(std::pmr::memory_resource* i_Arena) : m_Properties(i_Arena) {}
+IniFileReader::~IniFileReader() = default;
 
 int32_t IniFileReader::load() {
     if (open() == 0) {
         return 0;
     }
     // The locale is asked once per byte value, not once per byte of the file.
-    WidenTable widenTable;
-    for (unsigned value = 0; value < 256; ++value) {
-        char const byte = static_cast<char>(value);
-        m_SpaceTable[value] = is_space(byte) != 0;
-        widenTable[value] = char_2_wchar(byte);
-    }
-    TableWiden const widen{widenTable};
+    fillByteClasses(m_ByteClasses);
+    Decoder const decoder;
 
     std::string section;
-    std::string key;
-    std::string value;
-    Section* current = nullptr;
-    std::wstring decoded;
+    std::string_view key;
+    std::string_view value;
+    size_t current = 0;
+    bool inSection = false;
     m_HeaderRead = false;
     while (get_next_key(section, key, value)) {
-        if (current == nullptr || m_HeaderRead) {
-            decodeInto(section, decoded, widen);
-            current = &sectionNamed(decoded);
+        if (!inSection || m_HeaderRead) {
+            current = m_Store->sectionNamed(section, decoder);
+            inSection = true;
             m_HeaderRead = false;
         }
-        decodeInto(key, decoded, widen);
-        storeProperty(*current, decoded, value, widenTable);
+        m_Store->setProperty(current, key, value, decoder);
     }
     // The scanner's buffers are only needed while reading.
     std::string().swap(m_Row);
@@ -375,87 +842,41 @@ int32_t IniFileReader::load() {
     return 1;
 }
 
-IniFileReader::Section& IniFileReader::sectionNamed(std::wstring const& i_Name) {
-    auto [section, found] = locate(m_Sections, i_Name);
-    if (!found) {
-        Text const name = keep(i_Name);
-        reserveOneMore(m_SectionNames);
-        section =
-            m_Sections.emplace_hint(section, std::piecewise_construct, std::forward_as_tuple(name),
-                                    std::forward_as_tuple(&m_Arena));
-        m_SectionNames.push_back(name);
-    }
-    return section->second;
-}
-
-void IniFileReader::storeProperty(Section& io_Section, std::wstring const& i_Key,
-                                  std::string const& i_Value, WidenTable const& i_Widen) {
-    // The value is decoded straight into the arena: it never grows in decoding, and it shrinks
-    // only where the raw text has backslashes.
-    wchar_t* const text = newText(i_Value.size());
-    Text const value(text, decode(i_Value, text, TableWiden{i_Widen}));
-
-    auto [property, found] = locate(io_Section.m_Properties, i_Key);
-    if (found) {
-        property->second = value;
-        return;
-    }
-    Text const key = keep(i_Key);
-    reserveOneMore(io_Section.m_Keys);
-    io_Section.m_Properties.emplace_hint(property, key, value);
-    io_Section.m_Keys.push_back(key);
-}
-
-// A copy of the text in the arena.
-IniFileReader::Text IniFileReader::keep(std::wstring_view i_Text) {
-    wchar_t* const text = newText(i_Text.size());
-    std::wmemcpy(text, i_Text.data(), i_Text.size());
-    return Text(text, i_Text.size());
-}
-
-// Room for that many characters in the arena.
-wchar_t* IniFileReader::newText(std::size_t i_Length) {
-    return static_cast<wchar_t*>(m_Arena.allocate(i_Length * sizeof(wchar_t), alignof(wchar_t)));
-}
-
 // ---- The queries -------------------------------------------------------------------------
 
 int32_t IniFileReader::getSectionCount() {
-    return static_cast<int32_t>(m_SectionNames.size());
+    return static_cast<int32_t>(m_Store->sections().size());
 }
 
 std::wstring IniFileReader::getSectionAt(int i_Index) {
-    if (i_Index < 0 || static_cast<size_t>(i_Index) >= m_SectionNames.size()) {
+    if (i_Index < 0 || static_cast<size_t>(i_Index) >= m_Store->sections().size()) {
         return std::wstring();
     }
-    return std::wstring(m_SectionNames[static_cast<size_t>(i_Index)]);
+    return m_Store->sections()[static_cast<size_t>(i_Index)].m_Name.str();
 }
 
 int32_t IniFileReader::getKeyCount(std::wstring const& i_Section) {
-    auto const section = m_Sections.find(i_Section);
-    return section == m_Sections.end() ? 0 : static_cast<int32_t>(section->second.m_Keys.size());
+    Section const* const section = m_Store->find(i_Section);
+    return section == nullptr ? 0 : static_cast<int32_t>(section->m_Properties.size());
 }
 
 std::wstring IniFileReader::getKeyAt(std::wstring const& i_Section, int i_Index) {
-    auto const section = m_Sections.find(i_Section);
-    if (section == m_Sections.end() || i_Index < 0 ||
-        static_cast<size_t>(i_Index) >= section->second.m_Keys.size()) {
+    Section const* const section = m_Store->find(i_Section);
+    if (section == nullptr || i_Index < 0 ||
+        static_cast<size_t>(i_Index) >= section->m_Properties.size()) {
         return std::wstring();
     }
-    return std::wstring(section->second.m_Keys[static_cast<size_t>(i_Index)]);
+    return section->m_Properties[static_cast<size_t>(i_Index)].m_Key.str();
 }
 
 int32_t IniFileReader::getProperty(std::wstring const& i_Section, std::wstring const& i_Key,
                                    std::wstring& o_Value) {
-    auto const section = m_Sections.find(i_Section);
-    if (section == m_Sections.end()) {
+    Section const* const section = m_Store->find(i_Section);
+    Property const* const property = section == nullptr ? nullptr : section->find(i_Key);
+    if (property == nullptr) {
         return 0;
     }
-    auto const property = section->second.m_Properties.find(i_Key);
-    if (property == section->second.m_Properties.end()) {
-        return 0;
-    }
-    o_Value.assign(property->second);
+    property->m_Value.copyTo(o_Value);
     return 1;
 }
 

@@ -6,12 +6,9 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <map>
 #include <memory>
-#include <memory_resource>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace Tessarine {
 
@@ -86,56 +83,32 @@ public:
     uint8_t hex2char(char const* i_Digits);
 
 private:
-    // Decoded text held in m_Arena.
-    using Text = std::wstring_view;
-
-    // Orders wide names by wmemcmp over the common length, then by length.
-    struct NameOrder {
-        using is_transparent = void;
-        TESSARINE_LOCAL bool operator()(std::wstring_view i_Left, std::wstring_view i_Right) const;
-    };
-
-    struct Section {
-        TESSARINE_LOCAL explicit Section(std::pmr::memory_resource* i_Arena);
-        // The keys in the order of their first appearance.
-        std::vector<Text> m_Keys;
-        std::pmr::map<Text, Text, NameOrder> m_Properties;
-    };
+    // What the file held, with the indexes that answer the queries; defined in the source.
+    class Store;
 
     struct FileCloser {
         TESSARINE_LOCAL void operator()(std::FILE* i_File) const;
     };
 
-    // Which wide character each byte value stands for.
-    using WidenTable = std::array<wchar_t, 256>;
-
     TESSARINE_LOCAL int open();
     TESSARINE_LOCAL bool get_char(char& o_Byte);
-    TESSARINE_LOCAL bool get_row(std::string& o_Row);
-    TESSARINE_LOCAL int is_space(char const& i_Byte);
-    TESSARINE_LOCAL bool get_line(std::string& o_Line);
-    TESSARINE_LOCAL bool get_next_key(std::string& io_Section, std::string& o_Key,
-                                      std::string& o_Value);
+    TESSARINE_LOCAL bool get_row(std::string_view& o_Row);
+    TESSARINE_LOCAL bool get_line(std::string_view& o_Line);
+    TESSARINE_LOCAL bool get_next_key(std::string& io_Section, std::string_view& o_Key,
+                                      std::string_view& o_Value);
 
-    TESSARINE_LOCAL Section& sectionNamed(std::wstring const& i_Name);
-    TESSARINE_LOCAL void storeProperty(Section& io_Section, std::wstring const& i_Key,
-                                       std::string const& i_Value, WidenTable const& i_Widen);
-    TESSARINE_LOCAL Text keep(std::wstring_view i_Text);
-    TESSARINE_LOCAL wchar_t* newText(std::size_t i_Length);
-
-    std::pmr::monotonic_buffer_resource m_Arena;
-    // The section names in the order of their first key line.
-    std::vector<Text> m_SectionNames;
-    std::pmr::map<Text, Section, NameOrder> m_Sections;
+    std::unique_ptr<Store> m_Store;
     std::wstring m_FileName;
-    std::unique_ptr<std::FILE, FileCloser> m_File;
     int32_t const m_BufferSize;
     std::unique_ptr<char[]> m_Buffer;
     uint32_t m_BufferLength;
     uint32_t m_BufferPosition;
-    // Which byte values are white space, for the current load.
-    std::array<bool, 256> m_SpaceTable;
-    // The scanner's row and line, kept so that their capacity serves every line of a load.
+    // The stream's buffer, held by the store, which outlives the stream.
+    char* m_StreamBuffer;
+    std::unique_ptr<std::FILE, FileCloser> m_File;
+    // What each byte value is to the scanner in the current load (white space, key stop).
+    std::array<unsigned char, 256> m_ByteClasses;
+    // A row that goes on beyond the read buffer, and a logical line of several rows.
     std::string m_Row;
     std::string m_Line;
     // Set by get_next_key() at every header.
