@@ -6,6 +6,7 @@
 #include "Tessarine/String.h"
 
 #include <functional>
+#include <memory>
 #include <set>
 
 namespace Tessarine {
@@ -72,6 +73,20 @@ public:
     /// The entries, owned by the pool. Open for reading the results of find(); only the pool's
     /// own operations change it.
     Entries m_Expressions;
+
+private:
+    friend class Plugin;
+
+    // An entry and the set node that will hold it, taken before the instance exists.
+    struct Reservation {
+        std::unique_ptr<ExpressionInfo> m_Entry;
+        Entries::node_type m_Node;
+    };
+
+    TESSARINE_LOCAL int32_t admit(Expression* i_Expression);
+    TESSARINE_LOCAL static Reservation reserve(wchar_t const* i_Name);
+    TESSARINE_LOCAL void enter(Reservation& io_Reservation, Expression* i_Expression,
+                               bool i_InUse) noexcept;
 };
 
 } // namespace Tessarine

@@ -52,6 +52,8 @@ public:
     /// place (the place is not written). A factory's non-zero result is passed on unchanged,
     /// with the place as the factory left it; a factory that yields null or an instance the
     /// pool already holds gets the pool's refusal. Go by the result, not by the place.
+    /// Exhausted memory throws std::bad_alloc before the factory is called, so no instance is
+    /// ever made that the pool could not take.
     int32_t getExpression(wchar_t const* i_Name, Expression** o_Expression);
     /// Disposes the instance (even one the pool does not know), then frees its entry for the
     /// next lease. PLUGIN_ERROR_INVALID_ARGUMENT for null, otherwise the result of
