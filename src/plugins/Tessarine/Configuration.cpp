@@ -4,17 +4,22 @@ namespace Tessarine {
 
 std::map<String, Configuration*> Configuration::m_Configurations;
 
-namespace {
-
 // Defined behind the registry in this file, so it is destroyed before it when the library is
-// unloaded: the sets that nobody cleaned up go with the registry instead of leaking.
+// unloaded: the sets that nobody cleaned up go with the registry instead of leaking. Memory may
+// be exhausted by then, so this allocates nothing (no name is built to look a set up) and
+// throws nothing; the registry's own destructor then frees the entries and names.
 struct RegistryReaper {
     ~RegistryReaper() {
-        while (!Configuration::m_Configurations.empty()) {
-            Configuration::cleanup(Configuration::m_Configurations.begin()->first);
+        for (auto& entry : Configuration::m_Configurations) {
+            delete entry.second;
+            entry.second = nullptr;
         }
     }
-} registryReaper;
+};
+
+namespace {
+
+RegistryReaper registryReaper;
 
 } // namespace
 

@@ -50,6 +50,8 @@ public:
     static std::map<String, Configuration*> m_Configurations;
 
 private:
+    friend struct RegistryReaper;
+
     Configuration();
     ~Configuration();
     Configuration(Configuration const&) = delete;
