@@ -293,6 +293,30 @@ TEST_F(IniReader, FailedAllocationInTheConstructorReleasesTheStream) {
 }
 #endif
 
+// A reload cut short by a failed allocation may have stored part of the file, but every name it
+// stored is both countable and findable, so the next reload completes the store.
+TEST_F(IniReader, FailedReloadLeavesNoNameHalfStored) {
+#if TESSARINE_ALLOCATION_FAILURES
+    TempFile const file("[alpha]\na=1\n");
+    bool done = false;
+    for (long failAt = 1; !done; ++failAt) {
+        IniFileReader reader(file.wide().c_str());
+        file.write("[gamma]\ng1=x\n[alpha]\na=2\nb=3\n");
+        try {
+            TessarineTest::CountingAllocations const counting(failAt);
+            reader.load();
+            done = counting.count() < failAt;
+        } catch (std::bad_alloc const&) {
+        }
+        reader.load();
+        EXPECT_EQ(dump(reader), L"[alpha]a|2;b|3;[gamma]g1|x;") << "allocation " << failAt;
+        file.write("[alpha]\na=1\n");
+    }
+#else
+    GTEST_SKIP() << "AddressSanitizer owns the allocator, so no allocation can be made to fail";
+#endif
+}
+
 // Where a refill of the 1000-byte read buffer falls must not change what is read: a long row,
 // a CR LF pair and a continuation split by a refill, and files that end at the buffer's end.
 TEST_F(IniReader, RefillsAreInvisible) {

@@ -134,6 +134,14 @@ std::pair<typename Map::iterator, bool> locate(Map& io_Map, std::wstring_view i_
     return {at, at != io_Map.end() && !io_Map.key_comp()(i_Name, at->first)};
 }
 
+// Makes room for one more element the way push_back would, so that a push_back after it cannot
+// fail: a name then enters its map and its list of positions together or not at all.
+template <typename Element> void reserveOneMore(std::vector<Element>& io_List) {
+    if (io_List.size() == io_List.capacity()) {
+        io_List.reserve(std::max<size_t>(1, 2 * io_List.size()));
+    }
+}
+
 // Decodes into a reused string; its capacity carries over from one call to the next.
 template <typename Widen>
 void decodeInto(std::string_view i_Raw, std::wstring& o_Text, Widen const& i_Widen) {
@@ -164,7 +172,8 @@ void IniFileReader::FileCloser::operator()(std::FILE* i_File) const {
 IniFileReader::IniFileReader(wchar_t const* i_FileName)
     : m_Arena(std::pmr::new_delete_resource()), m_Sections(&m_Arena),
       m_FileName(i_FileName, std::wcslen(i_FileName)), m_IsOpen(0), m_BufferSize(1000),
-      m_Buffer(new char[m_BufferSize]), m_BufferLength(0), m_BufferPosition(0), m_SpaceTable() {
+      m_Buffer(new char[static_cast<size_t>(m_BufferSize)]), m_BufferLength(0), m_BufferPosition(0),
+      m_SpaceTable() {
     load();
 }
 
@@ -212,6 +221,7 @@ IniFileReader::Section& IniFileReader::sectionNamed(std::wstring const& i_Name) 
     auto [section, found] = locate(m_Sections, i_Name);
     if (!found) {
         Text const name = keep(i_Name);
+        reserveOneMore(m_SectionNames);
         section =
             m_Sections.emplace_hint(section, std::piecewise_construct, std::forward_as_tuple(name),
                                     std::forward_as_tuple(&m_Arena));
@@ -233,6 +243,7 @@ void IniFileReader::storeProperty(Section& io_Section, std::wstring const& i_Key
         return;
     }
     Text const key = keep(i_Key);
+    reserveOneMore(io_Section.m_Keys);
     io_Section.m_Properties.emplace_hint(property, key, value);
     io_Section.m_Keys.push_back(key);
 }
