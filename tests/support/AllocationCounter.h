@@ -6,9 +6,10 @@
 //
 // Every allocation of the process is seen: the library's, the standard library's (operator
 // new calls malloc) and the program's own. Normally this header puts its own malloc, calloc,
-// realloc and free in front of glibc's. Under AddressSanitizer, which owns the allocator, it
-// counts through the sanitizer's allocation hooks instead, and no allocation can be made to
-// fail: TESSARINE_ALLOCATION_FAILURES is 0 then. Include it in exactly one source file of a program.
+// aligned_alloc, realloc and free in front of glibc's. Under AddressSanitizer, which owns the
+// allocator, it counts through the sanitizer's allocation hooks instead, and no allocation can
+// be made to fail: TESSARINE_ALLOCATION_FAILURES is 0 then. Include it in exactly one source
+// file of a program.
 
 #include <cstddef>
 
@@ -89,6 +90,7 @@ extern "C" {
 void* __libc_malloc(std::size_t i_Size);
 void* __libc_calloc(std::size_t i_Count, std::size_t i_Size);
 void* __libc_realloc(void* i_Block, std::size_t i_Size);
+void* __libc_memalign(std::size_t i_Alignment, std::size_t i_Size);
 void __libc_free(void* i_Block);
 
 namespace {
@@ -104,6 +106,12 @@ void* malloc(std::size_t i_Size) noexcept {
 void* calloc(std::size_t i_Count, std::size_t i_Size) noexcept {
     return TessarineTest::g_AllocationWatch.failNow() ? nullptr
                                                       : tracked(__libc_calloc(i_Count, i_Size));
+}
+// What operator new uses for over-aligned types and std::pmr's default resource.
+void* aligned_alloc(std::size_t i_Alignment, std::size_t i_Size) noexcept {
+    return TessarineTest::g_AllocationWatch.failNow()
+               ? nullptr
+               : tracked(__libc_memalign(i_Alignment, i_Size));
 }
 // Growing a block keeps the balance; only a new one (from null) adds to it.
 void* realloc(void* i_Block, std::size_t i_Size) noexcept {
