@@ -36,8 +36,9 @@ int32_t ExpressionPool::admit(Expression* i_Expression) {
     return find(i_Expression) == m_Expressions.end() ? PLUGIN_OK : PLUGIN_ERROR_EXPRESSION_STATE;
 }
 
-// Everything an entry needs from the heap: the entry with its copy of the name, and a node of
-// the set, taken from a set of its own. Running out of memory here leaves the pool untouched,
+// Everything an entry needs from the heap, taken before the instance exists (Plugin takes it
+// before it calls the factory): the entry with its copy of the name, and a node of the set,
+// taken from a set of its own. Running out of memory here leaves the pool untouched,
 // and until enter() the reservation frees both by itself.
 ExpressionPool::Reservation ExpressionPool::reserve(wchar_t const* i_Name) {
     Reservation reservation;
