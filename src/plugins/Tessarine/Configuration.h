@@ -68,7 +68,11 @@ private:
     Configuration(Configuration const&) = delete;
     Configuration& operator=(Configuration const&) = delete;
 
-    std::multimap<String, String> m_Properties;
+    struct KeyOrder {
+        TESSARINE_LOCAL bool operator()(String const& i_Left, String const& i_Right) const;
+    };
+
+    std::multimap<String, String, KeyOrder> m_Properties;
 };
 
 } // namespace Tessarine

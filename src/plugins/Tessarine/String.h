@@ -116,6 +116,8 @@ public:
     ///@}
 
 private:
+    friend class Configuration;
+
     void Create(unsigned int i_Size);
     void Realloc(unsigned int i_Size);
 
