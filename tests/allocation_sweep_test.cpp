@@ -281,6 +281,10 @@ Scenario const SCENARIOS[] = {
 
 #undef RUN
 
+void PrintTo(Scenario const& i_Scenario, std::ostream* o_Stream) {
+    *o_Stream << i_Scenario.m_Name;
+}
+
 class AllocationSweep : public testing::TestWithParam<Scenario> {};
 
 TEST_P(AllocationSweep, EndsInTheOldTheNewOrTheDocumentedState) {
