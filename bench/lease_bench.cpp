@@ -55,6 +55,6 @@ void leaseCycle(benchmark::State& io_State) {
 
 } // namespace
 
-BENCHMARK(leaseCycle)->ArgName("pooled")->Arg(1)->Arg(10)->Arg(100)->Arg(1000);
+BENCHMARK(leaseCycle)->ArgName("pooled")->Arg(1)->Arg(10)->Arg(100)->Arg(1000)->Arg(8000);
 
 BENCHMARK_MAIN();

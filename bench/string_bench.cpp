@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
 #include <cwchar>
 #include <random>
 #include <string>
@@ -19,36 +20,46 @@ namespace {
 
 constexpr std::size_t COUNT = 100000;
 
-// Mostly ASCII words with some accented and non-Latin letters, 4 to 24 characters long.
-std::vector<std::wstring> const& randomTexts() {
-    static std::vector<std::wstring> const texts = [] {
-        std::mt19937 random(20261122);
-        std::wstring const alphabet =
-            L"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 "
-            L"\u00E9\u00E8\u00FC\u00DF\u00C5\u0416\u03A9";
-        std::uniform_int_distribution<std::size_t> pick(0, alphabet.size() - 1);
-        std::uniform_int_distribution<int> length(4, 24);
-        std::vector<std::wstring> result(COUNT);
-        for (std::wstring& text : result) {
-            for (int n = length(random); n > 0; --n) {
-                text += alphabet[pick(random)];
-            }
+// Two kinds of text: mostly ASCII words with some accented and non-Latin letters, 4 to 24
+// characters long, and ASCII lines of 100 to 200 letters, where converting every text to its
+// multibyte form costs as much as the sort itself.
+enum TextKind { WORDS, LINES };
+
+std::vector<std::wstring> makeTexts(TextKind i_Kind) {
+    std::mt19937 random(20261122);
+    std::wstring const alphabet =
+        i_Kind == WORDS ? L"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 "
+                          L"\u00E9\u00E8\u00FC\u00DF\u00C5\u0416\u03A9"
+                        : L"abcdefghijklmnopqrstuvwxyz";
+    std::uniform_int_distribution<std::size_t> pick(0, alphabet.size() - 1);
+    std::uniform_int_distribution<int> length = i_Kind == WORDS
+                                                    ? std::uniform_int_distribution<int>(4, 24)
+                                                    : std::uniform_int_distribution<int>(100, 200);
+    std::vector<std::wstring> result(COUNT);
+    for (std::wstring& text : result) {
+        for (int n = length(random); n > 0; --n) {
+            text += alphabet[pick(random)];
         }
-        return result;
-    }();
-    return texts;
+    }
+    return result;
 }
 
-StringVector makeVector() {
+std::vector<std::wstring> const& randomTexts(TextKind i_Kind) {
+    static std::vector<std::wstring> const words = makeTexts(WORDS);
+    static std::vector<std::wstring> const lines = makeTexts(LINES);
+    return i_Kind == WORDS ? words : lines;
+}
+
+StringVector makeVector(TextKind i_Kind) {
     StringVector vector;
-    for (std::wstring const& text : randomTexts()) {
+    for (std::wstring const& text : randomTexts(i_Kind)) {
         vector.addString(text.c_str());
     }
     return vector;
 }
 
-void StringVectorSort(benchmark::State& state) {
-    StringVector const unsorted = makeVector();
+void StringVectorSort(benchmark::State& state, TextKind i_Kind) {
+    StringVector const unsorted = makeVector(i_Kind);
     StringVector vector;
     for (auto _ : state) {
         state.PauseTiming();
@@ -60,11 +71,11 @@ void StringVectorSort(benchmark::State& state) {
     }
 }
 
-void WstringWcscollSort(benchmark::State& state) {
+void WstringWcscollSort(benchmark::State& state, TextKind i_Kind) {
     std::vector<std::wstring> texts;
     for (auto _ : state) {
         state.PauseTiming();
-        texts = randomTexts();
+        texts = randomTexts(i_Kind);
         state.ResumeTiming();
         std::sort(texts.begin(), texts.end(), [](std::wstring const& a, std::wstring const& b) {
             return std::wcscoll(a.c_str(), b.c_str()) < 0;
@@ -74,8 +85,8 @@ void WstringWcscollSort(benchmark::State& state) {
 }
 
 // What sorting costs when every comparison converts both texts again.
-void CollateEachComparisonSort(benchmark::State& state) {
-    StringVector const unsorted = makeVector();
+void CollateEachComparisonSort(benchmark::State& state, TextKind i_Kind) {
+    StringVector const unsorted = makeVector(i_Kind);
     std::vector<String const*> strings;
     for (auto _ : state) {
         state.PauseTiming();
@@ -90,17 +101,24 @@ void CollateEachComparisonSort(benchmark::State& state) {
     }
 }
 
-BENCHMARK(StringVectorSort)->Unit(benchmark::kMillisecond);
-BENCHMARK(WstringWcscollSort)->Unit(benchmark::kMillisecond);
-BENCHMARK(CollateEachComparisonSort)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(StringVectorSort, words, WORDS)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(WstringWcscollSort, words, WORDS)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(CollateEachComparisonSort, words, WORDS)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(StringVectorSort, lines, LINES)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(WstringWcscollSort, lines, LINES)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
+// The locale is C.UTF-8 unless LC_ALL names another one (LC_ALL=en_US.UTF-8 string_bench):
+// collation costs differ widely between locales.
 int main(int argc, char** argv) {
-    if (std::setlocale(LC_ALL, "C.UTF-8") == nullptr) {
-        std::fputs("locale C.UTF-8 is not installed\n", stderr);
+    char const* const wanted = std::getenv("LC_ALL");
+    char const* const locale = wanted != nullptr && *wanted != '\0' ? wanted : "C.UTF-8";
+    if (std::setlocale(LC_ALL, locale) == nullptr) {
+        std::fprintf(stderr, "locale %s is not installed\n", locale);
         return 1;
     }
+    benchmark::AddCustomContext("locale", locale);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;

@@ -1,5 +1,7 @@
 #include <Tessarine/Configuration.h>
 
+#include "support/Texts.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -12,7 +14,7 @@ using Tessarine::StringVector;
 
 namespace {
 
-using Texts = std::vector<std::wstring>;
+using TessarineTest::Texts;
 Texts const NONE;
 
 // The values of the key through getProperties, checked against the other two readers:
@@ -21,10 +23,7 @@ Texts valuesOf(Configuration const& i_Set, wchar_t const* i_Key) {
     StringVector values;
     values.addString(L"stale");
     EXPECT_EQ(i_Set.getProperties(i_Key, values), PLUGIN_OK);
-    Texts texts;
-    for (int index = 0; index < values.length(); ++index) {
-        texts.emplace_back(static_cast<wchar_t const*>(values[index]));
-    }
+    Texts const texts = TessarineTest::textsOf(values);
     String first = L"stale";
     EXPECT_EQ(i_Set.getProperty(i_Key, first),
               texts.empty() ? PLUGIN_ERROR_PROPERTY_NOT_FOUND : PLUGIN_OK);

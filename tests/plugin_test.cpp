@@ -1,6 +1,7 @@
 #include <Tessarine/Plugin.h>
 
 #include "support/RecordingPlugin.h"
+#include "support/Texts.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +16,7 @@ using TessarineTest::RecordingPlugin;
 
 namespace {
 
-using Names = std::vector<std::wstring>;
+using Names = TessarineTest::Texts;
 using Outcome = std::pair<int32_t, Expression*>;
 
 // A result code that the library does not define, as a concrete factory may give one.
@@ -28,11 +29,7 @@ RecordingExpression* lease(RecordingPlugin& io_Plugin, wchar_t const* i_Name) {
 }
 
 Names advertised(RecordingPlugin& i_Plugin) {
-    Names result;
-    for (int i = 0; i < i_Plugin.listExpressions().length(); ++i) {
-        result.emplace_back(static_cast<wchar_t const*>(i_Plugin.listExpressions()[i]));
-    }
-    return result;
+    return TessarineTest::textsOf(i_Plugin.listExpressions());
 }
 
 // ---- Leasing ----------------------------------------------------------------------------

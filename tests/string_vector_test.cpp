@@ -2,11 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "support/AllocationCounter.h"
 #include "support/ScopedLocale.h"
+#include "support/Texts.h"
 
 #include <algorithm>
-#include <new>
 #include <random>
 #include <string>
 #include <utility>
@@ -17,7 +16,8 @@ using Tessarine::StringVector;
 
 namespace {
 
-using Texts = std::vector<std::wstring>;
+using TessarineTest::Texts;
+using TessarineTest::textsOf;
 using Addresses = std::vector<String const*>;
 
 constexpr wchar_t MARKER[] = L"!!OUT OF BOUNDS!!";
@@ -36,14 +36,6 @@ Addresses addresses(StringVector const& i_Vector) {
     return result;
 }
 
-Texts texts(StringVector const& i_Vector) {
-    Texts result;
-    for (String const* string : addresses(i_Vector)) {
-        result.emplace_back(*string);
-    }
-    return result;
-}
-
 // Past the end stands one shared marker. Removed Strings stay behind the live ones as spares,
 // in order, and adding reuses them; copies take the live strings only, and assignment (of an
 // empty vector too) reuses the target's Strings.
@@ -52,7 +44,7 @@ TEST(StringVectorTest, RemovedStringsStayForReuse) {
     EXPECT_EQ(std::wstring(v[0]), MARKER);
     EXPECT_EQ(v.removeString(0), PLUGIN_ERROR_INDEX_OUT_OF_RANGE);
     fill(v, {L"a", L"b", L"c", nullptr});
-    EXPECT_EQ(texts(v), (Texts{L"a", L"b", L"c", L""}));
+    EXPECT_EQ(textsOf(v), (Texts{L"a", L"b", L"c", L""}));
     EXPECT_EQ(&v[4], &StringVector()[0]);
     Addresses const original = addresses(v);
     v.removeAll();
@@ -63,13 +55,13 @@ TEST(StringVectorTest, RemovedStringsStayForReuse) {
     EXPECT_EQ(addresses(v), (Addresses{original[1], original[0]}));
     EXPECT_EQ(v.removeString(2), PLUGIN_ERROR_INDEX_OUT_OF_RANGE) << "a spare is no element";
     StringVector const copy(v);
-    EXPECT_EQ(texts(copy), (Texts{L"x", L"y"}));
+    EXPECT_EQ(textsOf(copy), (Texts{L"x", L"y"}));
     StringVector target; // assignment refills the target's own Strings
     fill(target, {L"t1", L"t2", L"t3"});
     Addresses const before = addresses(target);
     target = v;
     target = std::as_const(target);
-    EXPECT_EQ(texts(target), (Texts{L"x", L"y"}));
+    EXPECT_EQ(textsOf(target), (Texts{L"x", L"y"}));
     EXPECT_EQ(addresses(target), (Addresses{before[0], before[1]}));
     target = StringVector();
     EXPECT_EQ(target.length(), 0);
@@ -79,38 +71,17 @@ TEST(StringVectorTest, RemovedStringsStayForReuse) {
     // The spares of slots 2 and 3 move down with the rest; slot 3 needs a new String.
     ASSERT_EQ(v.removeString(0), PLUGIN_OK);
     fill(v, {L"p", L"q", L"r"});
-    EXPECT_EQ(texts(v), (Texts{L"y", L"p", L"q", L"r"}));
+    EXPECT_EQ(textsOf(v), (Texts{L"y", L"p", L"q", L"r"}));
     EXPECT_EQ((Addresses{&v[1], &v[2]}), (Addresses{original[2], original[3]}));
     ASSERT_EQ(v.removeString(3), PLUGIN_OK) << "the last slot of a full vector";
-    EXPECT_EQ(texts(v), (Texts{L"y", L"p", L"q"}));
+    EXPECT_EQ(textsOf(v), (Texts{L"y", L"p", L"q"}));
 
+    EXPECT_EQ(v.resizeBuffer((1 << 30) + 1), PLUGIN_ERROR_OUT_OF_MEMORY) << "beyond an int";
+    EXPECT_EQ(textsOf(v), (Texts{L"y", L"p", L"q"}));
     v.reset(); // LeakSanitizer checks that the spares go too
     fill(v, {L"again"});
     ASSERT_EQ(v.addString(v[0]), PLUGIN_OK) << "its own String, while the slots grow";
-    EXPECT_EQ(texts(v), (Texts{L"again", L"again"}));
-}
-
-TEST(StringVectorTest, FailedGrowthLeavesTheVectorAsItWas) {
-    StringVector v;
-    fill(v, {L"kept"});
-    EXPECT_EQ(v.resizeBuffer((1 << 30) + 1), PLUGIN_ERROR_OUT_OF_MEMORY);
-    if (!TESSARINE_ALLOCATION_FAILURES) {
-        GTEST_SKIP() << "allocations cannot be made to fail under AddressSanitizer";
-    }
-    // Once the chosen allocation has failed, the others in the counter's life succeed.
-    {
-        TessarineTest::CountingAllocations const failing(1); // the slot array
-        EXPECT_EQ(v.addString(L"lost"), PLUGIN_ERROR_OUT_OF_MEMORY);
-        EXPECT_EQ(texts(v), Texts{L"kept"});
-    }
-    ASSERT_EQ(v.resizeBuffer(2), PLUGIN_OK);
-    for (long failAt : {1L, 2L, 3L}) { // the new String, its first buffer, the text's growth
-        TessarineTest::CountingAllocations const failing(failAt);
-        EXPECT_THROW(v.addString(L"lost text"), std::bad_alloc) << failAt;
-        EXPECT_EQ(texts(v), Texts{L"kept"}) << failAt;
-    }
-    fill(v, {L"added"});
-    EXPECT_EQ(texts(v), (Texts{L"kept", L"added"}));
+    EXPECT_EQ(textsOf(v), (Texts{L"again", L"again"}));
 }
 
 // Random texts of mixed scripts, with repeats and text that has no multibyte form, end in

@@ -1,5 +1,7 @@
 #include <Tessarine/VectorString.h>
 
+#include "support/Texts.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -14,16 +16,9 @@ using Tessarine::VectorString;
 
 namespace {
 
-using Texts = std::vector<std::wstring>;
+using TessarineTest::Texts;
+using TessarineTest::textsOf;
 Texts const NONE;
-
-Texts textsOf(StringVector const& i_Vector) {
-    Texts texts;
-    for (int index = 0; index < i_Vector.length(); ++index) {
-        texts.emplace_back(static_cast<wchar_t const*>(i_Vector[index]));
-    }
-    return texts;
-}
 
 Texts elementsOf(VectorString const& i_List) {
     return textsOf(*std::unique_ptr<StringVector>(i_List.getVector()));

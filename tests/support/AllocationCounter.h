@@ -1,13 +1,15 @@
 #ifndef TESSARINE_TESTS_ALLOCATIONCOUNTER_H
 #define TESSARINE_TESTS_ALLOCATIONCOUNTER_H
 
-// Counts the allocations of a program and can make a chosen one fail.
+// Counts the allocations of a program, can make a chosen one fail, and keeps the balance of
+// blocks taken and given back.
 //
 // Every allocation of the process is seen: the library's, the standard library's (operator
-// new calls malloc) and the program's own. Normally this header puts its own malloc, calloc
-// and realloc in front of glibc's. Under AddressSanitizer, which owns the allocator, it counts
-// through the sanitizer's allocation hook instead, and no allocation can be made to fail:
-// TESSARINE_ALLOCATION_FAILURES is 0 then. Include it in exactly one source file of a program.
+// new calls malloc) and the program's own. Normally this header puts its own malloc, calloc,
+// aligned_alloc, realloc and free in front of glibc's. Under AddressSanitizer, which owns the
+// allocator, it counts through the sanitizer's allocation hooks instead, and no allocation can
+// be made to fail: TESSARINE_ALLOCATION_FAILURES is 0 then. Include it in exactly one source
+// file of a program.
 
 #include <cstddef>
 
@@ -24,28 +26,61 @@
 
 namespace TessarineTest {
 
-/// Allocations seen while counting, and the number of the one that is to fail (0: none).
+/// Allocations seen while counting, the number of the one that is to fail (0: none), and the
+/// blocks taken but not yet given back while tracking.
 struct AllocationWatch {
     bool m_Counting = false;
     long m_Count = 0;
     long m_FailAt = 0;
+    bool m_FailLater = false;
+    bool m_Tracking = false;
+    long m_Live = 0;
 
     /// Counts the allocation now asked for and tells whether it is to fail.
-    bool failNow() { return m_Counting && ++m_Count == m_FailAt; }
+    bool failNow() {
+        if (!m_Counting) {
+            return false;
+        }
+        ++m_Count;
+        return m_FailAt != 0 && (m_FailLater ? m_Count >= m_FailAt : m_Count == m_FailAt);
+    }
+    void taken(void const volatile* i_Block) { m_Live += m_Tracking && i_Block != nullptr; }
+    void givenBack(void const volatile* i_Block) { m_Live -= m_Tracking && i_Block != nullptr; }
 };
 
 inline AllocationWatch g_AllocationWatch;
 
 /// Counts the allocations made during its life; `i_FailAt` (counted from 1) makes that one
-/// fail where TESSARINE_ALLOCATION_FAILURES allows. One at a time.
+/// fail, and with `i_AndAllLater` every one after it too, where TESSARINE_ALLOCATION_FAILURES
+/// allows. One at a time.
 class CountingAllocations {
 public:
-    explicit CountingAllocations(long i_FailAt = 0) { g_AllocationWatch = {true, 0, i_FailAt}; }
+    explicit CountingAllocations(long i_FailAt = 0, bool i_AndAllLater = false) {
+        g_AllocationWatch.m_Counting = true;
+        g_AllocationWatch.m_Count = 0;
+        g_AllocationWatch.m_FailAt = i_FailAt;
+        g_AllocationWatch.m_FailLater = i_AndAllLater;
+    }
     ~CountingAllocations() { g_AllocationWatch.m_Counting = false; }
     CountingAllocations(CountingAllocations const&) = delete;
     CountingAllocations& operator=(CountingAllocations const&) = delete;
 
     long count() const { return g_AllocationWatch.m_Count; }
+};
+
+/// Tracks the blocks taken and given back during its life; a non-zero balance at the end of a
+/// piece of work that should leave nothing behind is a leak. One at a time.
+class TrackingBlocks {
+public:
+    TrackingBlocks() {
+        g_AllocationWatch.m_Tracking = true;
+        g_AllocationWatch.m_Live = 0;
+    }
+    ~TrackingBlocks() { g_AllocationWatch.m_Tracking = false; }
+    TrackingBlocks(TrackingBlocks const&) = delete;
+    TrackingBlocks& operator=(TrackingBlocks const&) = delete;
+
+    long live() const { return g_AllocationWatch.m_Live; }
 };
 
 } // namespace TessarineTest
@@ -55,15 +90,40 @@ extern "C" {
 void* __libc_malloc(std::size_t i_Size);
 void* __libc_calloc(std::size_t i_Count, std::size_t i_Size);
 void* __libc_realloc(void* i_Block, std::size_t i_Size);
+void* __libc_memalign(std::size_t i_Alignment, std::size_t i_Size);
+void __libc_free(void* i_Block);
+
+namespace {
+void* tracked(void* i_Block) {
+    TessarineTest::g_AllocationWatch.taken(i_Block);
+    return i_Block;
+}
+} // namespace
 
 void* malloc(std::size_t i_Size) noexcept {
-    return TessarineTest::g_AllocationWatch.failNow() ? nullptr : __libc_malloc(i_Size);
+    return TessarineTest::g_AllocationWatch.failNow() ? nullptr : tracked(__libc_malloc(i_Size));
 }
 void* calloc(std::size_t i_Count, std::size_t i_Size) noexcept {
-    return TessarineTest::g_AllocationWatch.failNow() ? nullptr : __libc_calloc(i_Count, i_Size);
+    return TessarineTest::g_AllocationWatch.failNow() ? nullptr
+                                                      : tracked(__libc_calloc(i_Count, i_Size));
 }
+// What operator new uses for over-aligned types and std::pmr's default resource.
+void* aligned_alloc(std::size_t i_Alignment, std::size_t i_Size) noexcept {
+    return TessarineTest::g_AllocationWatch.failNow()
+               ? nullptr
+               : tracked(__libc_memalign(i_Alignment, i_Size));
+}
+// Growing a block keeps the balance; only a new one (from null) adds to it.
 void* realloc(void* i_Block, std::size_t i_Size) noexcept {
-    return TessarineTest::g_AllocationWatch.failNow() ? nullptr : __libc_realloc(i_Block, i_Size);
+    if (TessarineTest::g_AllocationWatch.failNow()) {
+        return nullptr;
+    }
+    void* const block = __libc_realloc(i_Block, i_Size);
+    return i_Block == nullptr ? tracked(block) : block;
+}
+void free(void* i_Block) noexcept {
+    TessarineTest::g_AllocationWatch.givenBack(i_Block);
+    __libc_free(i_Block);
 }
 }
 #else
@@ -73,10 +133,13 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*i_MallocHook)(vo
 
 namespace TessarineTest {
 
-// Counts every allocation the sanitizer makes; releases are of no interest.
+// Counts and tracks every block the sanitizer hands out and takes back.
 inline int const g_AllocationHooks = __sanitizer_install_malloc_and_free_hooks(
-    [](void const volatile*, std::size_t) { g_AllocationWatch.failNow(); },
-    [](void const volatile*) {});
+    [](void const volatile* i_Block, std::size_t) {
+        g_AllocationWatch.failNow();
+        g_AllocationWatch.taken(i_Block);
+    },
+    [](void const volatile* i_Block) { g_AllocationWatch.givenBack(i_Block); });
 
 } // namespace TessarineTest
 #endif

@@ -1,22 +1,35 @@
 #include "Tessarine/Configuration.h"
 
+#include <cwchar>
+
 namespace Tessarine {
 
 std::map<String, Configuration*> Configuration::m_Configurations;
 
-namespace {
-
 // Defined behind the registry in this file, so it is destroyed before it when the library is
-// unloaded: the sets that nobody cleaned up go with the registry instead of leaking.
+// unloaded: the sets that nobody cleaned up go with the registry instead of leaking. Memory may
+// be exhausted by then, so this allocates nothing (no name is built to look a set up) and
+// throws nothing; the registry's own destructor then frees the entries and names.
 struct RegistryReaper {
     ~RegistryReaper() {
-        while (!Configuration::m_Configurations.empty()) {
-            Configuration::cleanup(Configuration::m_Configurations.begin()->first);
+        for (auto& entry : Configuration::m_Configurations) {
+            delete entry.second;
+            entry.second = nullptr;
         }
     }
-} registryReaper;
+};
+
+namespace {
+
+RegistryReaper registryReaper;
 
 } // namespace
+
+// String::operator< without a call across the library for every step of a search: the keys
+// of a set, and the keys it is asked for, are live Strings, whose texts are never null.
+inline bool Configuration::KeyOrder::operator()(String const& i_Left, String const& i_Right) const {
+    return std::wcscmp(i_Left.m_Buffer, i_Right.m_Buffer) < 0;
+}
 
 Configuration::Configuration() = default;
 
@@ -63,7 +76,7 @@ int32_t Configuration::setProperty(String const& i_Key, String const& i_Value) {
 int32_t Configuration::getProperty(String const& i_Key, String& o_Value) const {
     // lower_bound, not find: find may land on any of the equal keys, not the earliest.
     auto first = m_Properties.lower_bound(i_Key);
-    if (first == m_Properties.end() || i_Key < first->first) {
+    if (first == m_Properties.end() || m_Properties.key_comp()(i_Key, first->first)) {
         o_Value = L"";
         return PLUGIN_ERROR_PROPERTY_NOT_FOUND;
     }

@@ -20,11 +20,22 @@ namespace Tessarine {
 /// were set. Keys are ordered by String::operator< (character values, not the locale). Keys
 /// and values are copies; a set keeps no reference to what the caller passed.
 ///
+/// \code
+/// Tessarine::Configuration* settings = nullptr;
+/// Tessarine::Configuration::get(L"updater", settings);
+/// settings->setProperty(L"mirror", L"https://mirror.example.org");
+/// Tessarine::String mirror;
+/// if (settings->getProperty(L"mirror", mirror) == PLUGIN_OK) {
+///     fetchFrom(mirror);
+/// }
+/// Tessarine::Configuration::cleanup(L"updater"); // settings is no longer valid
+/// \endcode
+///
 /// Sets still in the registry when the library is unloaded are destroyed with it, so a host
 /// that never calls cleanup() leaks nothing. Pointers to them must not be used after that.
 ///
-/// Nothing here takes a lock: callers serialise every get() and cleanup(), and all use of any
-/// one set, themselves.
+/// Nothing here takes a lock: callers serialise every get() and cleanup() themselves, and use
+/// one set from one thread at a time. Different sets may serve different threads.
 class TESSARINE_API Configuration {
 public:
     /// Writes the set of that name to `o_Configuration`, creating it on the first request.
@@ -50,12 +61,18 @@ public:
     static std::map<String, Configuration*> m_Configurations;
 
 private:
+    friend struct RegistryReaper;
+
     TESSARINE_LOCAL Configuration();
     TESSARINE_LOCAL ~Configuration();
     Configuration(Configuration const&) = delete;
     Configuration& operator=(Configuration const&) = delete;
 
-    std::multimap<String, String> m_Properties;
+    struct KeyOrder {
+        TESSARINE_LOCAL bool operator()(String const& i_Left, String const& i_Right) const;
+    };
+
+    std::multimap<String, String, KeyOrder> m_Properties;
 };
 
 } // namespace Tessarine

@@ -14,7 +14,8 @@ namespace Tessarine {
 /// The library gives an expression a list of name/value properties and the dispose() step that
 /// readies it for its next lease; everything else belongs to the concrete subclass. Instances
 /// are created and destroyed by the concrete plug-in (Plugin::createExpression and
-/// Plugin::destroyExpression); pools and hosts only point at them.
+/// Plugin::destroyExpression); pools and hosts only point at them. Plugin shows a lease from
+/// the host's side.
 ///
 /// Properties keep the order in which their names were first set, and names are unique by
 /// exact character comparison (so "a" and "A" are two properties, and "" is a valid name).
@@ -28,7 +29,6 @@ public:
     Expression(Expression const&) = delete;
     Expression& operator=(Expression const&) = delete;
 
-    // The three host-facing operations: their meaning is agreed between host and plug-in.
     /// The name the instance is offered under.
     virtual wchar_t const* getName() = 0;
     /// Runs the expression on its properties; a result code.

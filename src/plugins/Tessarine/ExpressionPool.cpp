@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cwchar>
 #include <memory>
+#include <utility>
 
 namespace Tessarine {
 
@@ -15,19 +16,46 @@ ExpressionPool::~ExpressionPool() {
 }
 
 int32_t ExpressionPool::add(wchar_t const* i_Name, Expression* i_Expression, bool i_InUse) {
-    if (i_Name == nullptr || i_Expression == nullptr) {
+    if (i_Name == nullptr) {
         return PLUGIN_ERROR_INVALID_ARGUMENT;
     }
-    if (find(i_Expression) != m_Expressions.end()) {
-        return PLUGIN_ERROR_EXPRESSION_STATE;
+    int32_t const admitted = admit(i_Expression);
+    if (admitted != PLUGIN_OK) {
+        return admitted;
     }
-    // The entry stays with the smart pointer until the set holds it, so running out of memory
-    // in the insertion leaves the pool as it was.
-    std::unique_ptr<ExpressionInfo> entry(
-        new ExpressionInfo{String(i_Name), i_Expression, i_InUse});
-    m_Expressions.insert(entry.get());
-    entry.release();
+    Reservation reservation = reserve(i_Name);
+    enter(reservation, i_Expression, i_InUse);
     return PLUGIN_OK;
+}
+
+// Whether the instance may have an entry: it is not null and has none yet.
+int32_t ExpressionPool::admit(Expression* i_Expression) {
+    if (i_Expression == nullptr) {
+        return PLUGIN_ERROR_INVALID_ARGUMENT;
+    }
+    return find(i_Expression) == m_Expressions.end() ? PLUGIN_OK : PLUGIN_ERROR_EXPRESSION_STATE;
+}
+
+// Everything an entry needs from the heap, taken before the instance exists (Plugin takes it
+// before it calls the factory): the entry with its copy of the name, and a node of the set,
+// taken from a set of its own. Running out of memory here leaves the pool untouched,
+// and until enter() the reservation frees both by itself.
+ExpressionPool::Reservation ExpressionPool::reserve(wchar_t const* i_Name) {
+    Reservation reservation;
+    reservation.m_Entry.reset(new ExpressionInfo{String(i_Name), nullptr, false});
+    Entries staging;
+    staging.insert(reservation.m_Entry.get());
+    reservation.m_Node = staging.extract(staging.begin());
+    return reservation;
+}
+
+// Moving a node between sets links it and allocates nothing, so entering cannot fail.
+void ExpressionPool::enter(Reservation& io_Reservation, Expression* i_Expression,
+                           bool i_InUse) noexcept {
+    io_Reservation.m_Entry->m_Expression = i_Expression;
+    io_Reservation.m_Entry->m_InUse = i_InUse;
+    m_Expressions.insert(std::move(io_Reservation.m_Node));
+    io_Reservation.m_Entry.release();
 }
 
 int32_t ExpressionPool::put(Expression* i_Expression) {

@@ -6,6 +6,7 @@
 #include "Tessarine/String.h"
 
 #include <functional>
+#include <memory>
 #include <set>
 
 namespace Tessarine {
@@ -52,15 +53,15 @@ public:
     /// PLUGIN_ERROR_INVALID_ARGUMENT for null, PLUGIN_ERROR_EXPRESSION_NOT_FOUND for an
     /// instance in no entry, PLUGIN_ERROR_EXPRESSION_STATE if its entry is already free.
     int32_t put(Expression* i_Expression);
-    /// Takes the first entry out, leased or free, and yields its instance, which is then the
-    /// caller's alone. PLUGIN_ERROR_INVALID_ARGUMENT for a null place (not written);
-    /// otherwise the place is set to null first and PLUGIN_ERROR_EXPRESSION_NOT_FOUND tells
-    /// that the pool is empty.
+    /// Takes the first entry out, leased or free, and yields its instance in `*o_Expression`;
+    /// the instance is then the caller's alone. PLUGIN_ERROR_INVALID_ARGUMENT for a null
+    /// `o_Expression`; otherwise `*o_Expression` is set to null first and
+    /// PLUGIN_ERROR_EXPRESSION_NOT_FOUND tells that the pool is empty.
     int32_t remove(Expression** o_Expression);
-    /// Leases the first free entry of the name and yields its instance.
-    /// PLUGIN_ERROR_INVALID_ARGUMENT for a null name or place (the place is not written);
-    /// otherwise the place is set to null first and PLUGIN_ERROR_EXPRESSION_NOT_FOUND tells
-    /// that no entry of the name is free.
+    /// Leases the first free entry of the name and yields its instance in `*o_Expression`.
+    /// PLUGIN_ERROR_INVALID_ARGUMENT for a null name or `o_Expression` (nothing is written);
+    /// otherwise `*o_Expression` is set to null first and PLUGIN_ERROR_EXPRESSION_NOT_FOUND
+    /// tells that no entry of the name is free.
     int32_t get(wchar_t const* i_Name, Expression** o_Expression);
 
     /// The first free entry of the name, or the end of m_Expressions; null finds nothing.
@@ -72,6 +73,19 @@ public:
     /// The entries, owned by the pool. Open for reading the results of find(); only the pool's
     /// own operations change it.
     Entries m_Expressions;
+
+private:
+    friend class Plugin;
+
+    struct Reservation {
+        std::unique_ptr<ExpressionInfo> m_Entry;
+        Entries::node_type m_Node;
+    };
+
+    TESSARINE_LOCAL int32_t admit(Expression* i_Expression);
+    TESSARINE_LOCAL static Reservation reserve(wchar_t const* i_Name);
+    TESSARINE_LOCAL void enter(Reservation& io_Reservation, Expression* i_Expression,
+                               bool i_InUse) noexcept;
 };
 
 } // namespace Tessarine

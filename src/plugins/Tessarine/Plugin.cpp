@@ -53,12 +53,18 @@ int32_t Plugin::getExpression(wchar_t const* i_Name, Expression** o_Expression) 
         return PLUGIN_OK;
     }
     // No free instance of the name (the pool left the place null): the factory alone decides
-    // whether it knows the name.
+    // whether it knows the name. The pool's entry is taken first: were memory to run out once
+    // the instance exists, it would be in no entry, and cleanup() could never destroy it.
+    ExpressionPool::Reservation reservation = ExpressionPool::reserve(i_Name);
     int32_t const created = createExpression(i_Name, o_Expression);
     if (created != PLUGIN_OK) {
         return created;
     }
-    return m_Pool.add(i_Name, *o_Expression, true);
+    int32_t const admitted = m_Pool.admit(*o_Expression);
+    if (admitted == PLUGIN_OK) {
+        m_Pool.enter(reservation, *o_Expression, true);
+    }
+    return admitted;
 }
 
 int32_t Plugin::disposeExpression(Expression* i_Expression) {

@@ -9,6 +9,10 @@
 #include <memory>
 #include <new>
 
+// Sizes are kept in bytes, never in characters: a text of n characters takes n * 4 + 4 bytes,
+// a String built without text holds 8 bytes and assignment of nothing asks for 4. m_Size only
+// rises during the object's life, and growth asks for the exact size needed, without doubling.
+
 namespace Tessarine {
 
 namespace {

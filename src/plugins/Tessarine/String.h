@@ -8,11 +8,19 @@ namespace Tessarine {
 /// The library's wide text value: a null-terminated wchar_t text in one heap buffer that the
 /// object owns.
 ///
-/// Sizes are kept in bytes, never in characters: a text of n characters takes n * 4 + 4 bytes,
-/// a String built without text holds 8 bytes and assignment of nothing asks for 4. The capacity
-/// (`m_Size`) only rises during the object's life, so a String that once held a long text keeps
-/// its buffer. Copies never share a buffer. The length is not stored: `length()` and every
-/// append measure the text again, so building a long text by many appends is quadratic.
+/// \code
+/// Tessarine::String name("  r\xC3\xA9sum\xC3\xA9 ");   // converted in LC_CTYPE
+/// name.trim().toUpperCase();                          // L"R\u00C9SUM\u00C9"
+/// name += L".txt";
+/// char* bytes = Tessarine::String::getMultibyteString(name);
+/// std::puts(bytes);
+/// std::free(bytes);
+/// \endcode
+///
+/// The room a String has only grows: a String that once held a long text keeps it, so the
+/// pointer that the conversion to `wchar_t const*` gives stays good until the String needs
+/// more room or dies. Copies never share a buffer. The length is not stored: `length()` and
+/// every append measure the text again, so building a long text by many appends is quadratic.
 ///
 /// Multibyte text enters through the `char` forms of the constructor, of assignment and of `+=`
 /// and leaves through getMultibyteString(); conversions, white-space tests and case mapping
@@ -21,6 +29,11 @@ namespace Tessarine {
 /// and collate(), which say what they do with it.
 ///
 /// Exhausted memory throws std::bad_alloc and leaves the String as it was.
+///
+/// Strings share nothing, so different Strings may serve different threads, one thread at a
+/// time each. What they share is the process's: the locale, which must not change (setlocale)
+/// while another thread converts, collates or maps case, and the conversion state of mbtowc,
+/// which `+= char` uses, so no two threads may append single bytes at the same time.
 class TESSARINE_API String {
 public:
     String();
@@ -103,6 +116,8 @@ public:
     ///@}
 
 private:
+    friend class Configuration;
+
     TESSARINE_LOCAL void Create(unsigned int i_Size);
     TESSARINE_LOCAL void Realloc(unsigned int i_Size);
 

@@ -1,6 +1,8 @@
 #include "Tessarine/StringVector.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -45,15 +47,48 @@ struct SortEntry {
     String* m_String;
 };
 
+// Whether the locale's multibyte form of every ASCII character is that character's own byte,
+// as in UTF-8, the C locale and every other ASCII-based character set. Shift_JIS, where the
+// backslash's byte stands for the yen sign, is one where it is not.
+bool keepsAscii() {
+    wchar_t ascii[128];
+    char expected[128];
+    for (int c = 1; c < 128; ++c) {
+        ascii[c - 1] = static_cast<wchar_t>(c);
+        expected[c - 1] = static_cast<char>(c);
+    }
+    ascii[127] = L'\0';
+    expected[127] = '\0';
+    char converted[128 * MB_LEN_MAX];
+    std::size_t const written = std::wcstombs(converted, ascii, sizeof converted);
+    return written == 127 && std::memcmp(converted, expected, 128) == 0;
+}
+
+// Whether every character of the text is below 0x80. One test of all the bits seen, rather
+// than one per character, lets the loop run on whole vectors of characters.
+bool isAscii(wchar_t const* i_Text, std::size_t i_Length) {
+    std::uint32_t seen = 0;
+    for (std::size_t i = 0; i < i_Length; ++i) {
+        seen |= static_cast<std::uint32_t>(i_Text[i]);
+    }
+    return seen < 0x80;
+}
+
 // The multibyte forms of all live Strings of one sort, converted once up front and kept in a
 // single block, so that each comparison is one strcoll instead of two conversions and two
 // allocations, and the texts being compared lie close together in memory.
 class SortTexts {
 public:
-    SortTexts(String* const* i_Strings, int i_Count) : m_Widest(MB_CUR_MAX) {
+    SortTexts(String* const* i_Strings, int i_Count)
+        : m_Widest(MB_CUR_MAX), m_KeepsAscii(keepsAscii()) {
         m_Entries.reserve(static_cast<std::size_t>(i_Count));
+        std::size_t characters = 0;
         for (int i = 0; i < i_Count; ++i) {
-            m_Entries.push_back({convert(*i_Strings[i]), i_Strings[i]});
+            characters += std::wcslen(*i_Strings[i]) + 1;
+        }
+        m_Texts.reserve(characters);
+        for (int i = 0; i < i_Count; ++i) {
+            m_Entries.push_back({append(*i_Strings[i]), i_Strings[i]});
         }
     }
 
@@ -67,26 +102,43 @@ public:
     }
 
 private:
-    // The same bytes as String::getMultibyteString gives, in one conversion: with room for the
-    // widest form of every character and of the terminator, wcstombs always gets to the end.
-    // Text that does not convert is kept as the empty text, which is how String::collate
-    // orders it.
-    std::size_t convert(wchar_t const* i_Text) {
-        std::size_t const room = (std::wcslen(i_Text) + 1) * m_Widest;
+    // Appends the same bytes as String::getMultibyteString gives, and a terminator; gives
+    // where they start. Text that does not convert is kept as the empty text, which is how
+    // String::collate orders it.
+    std::size_t append(wchar_t const* i_Text) {
         std::size_t const start = m_Texts.size();
-        m_Texts.resize(start + room);
-        std::size_t written = std::wcstombs(m_Texts.data() + start, i_Text, room);
+        std::size_t const length = std::wcslen(i_Text);
+        if (m_KeepsAscii && isAscii(i_Text, length)) {
+            // Each character is its own byte: no call into the locale's converter. The
+            // terminator is the last of the zeroed bytes.
+            m_Texts.resize(start + length + 1);
+            char* const bytes = m_Texts.data() + start;
+            for (std::size_t i = 0; i < length; ++i) {
+                bytes[i] = static_cast<char>(i_Text[i]);
+            }
+            return start;
+        }
+        // With room for the widest form of every character and of the terminator, wcstombs
+        // always gets to the end in one conversion.
+        std::size_t const room = (length + 1) * m_Widest;
+        if (m_Converted.size() < room) {
+            m_Converted.resize(room);
+        }
+        std::size_t written = std::wcstombs(m_Converted.data(), i_Text, room);
         if (written == static_cast<std::size_t>(-1)) {
             written = 0;
         }
-        m_Texts.resize(start + written + 1);
-        m_Texts.back() = '\0';
+        m_Texts.insert(m_Texts.end(), m_Converted.begin(),
+                       m_Converted.begin() + static_cast<long>(written));
+        m_Texts.push_back('\0');
         return start;
     }
 
     std::size_t m_Widest;
+    bool m_KeepsAscii;
     std::vector<SortEntry> m_Entries;
     std::vector<char> m_Texts;
+    std::vector<char> m_Converted;
 };
 
 // The collate order: String::collate(*a, *b) < 0, computed on the converted texts.

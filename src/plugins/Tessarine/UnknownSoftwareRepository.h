@@ -7,7 +7,7 @@ namespace Tessarine {
 
 /// Interface to a store of software packages that an inventory found but could not identify.
 ///
-/// The library neither implements nor calls it: hosts and plug-ins agree on it. Entries are
+/// The library neither implements nor calls it; it is there for hosts and plug-ins. Entries are
 /// reached by index, from 0 below getCount(); texts handed out belong to the repository and
 /// stay good until it changes or is closed. Operations with a result code use the PLUGIN_
 /// codes.

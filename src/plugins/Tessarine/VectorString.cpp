@@ -81,10 +81,14 @@ VectorString& VectorString::append(VectorString const& i_Other) {
     if (this == &i_Other) {
         return *this;
     }
+    // Separator and text go in with one append: running out of memory then leaves the list as
+    // it was, not with a separator that no element follows.
+    std::wstring piece;
     if (m_Count > 0) {
-        m_Value += SEPARATOR;
+        piece = SEPARATOR;
     }
-    m_Value += i_Other.m_Value;
+    piece += i_Other.m_Value;
+    m_Value += piece.c_str();
     m_Count += i_Other.m_Count;
     return *this;
 }

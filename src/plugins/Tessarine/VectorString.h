@@ -35,7 +35,20 @@ namespace Tessarine {
 /// thousand elements is quadratic in the length of its text. append(VectorString const&) joins
 /// a whole list in one such step.
 ///
-/// Exhausted memory throws std::bad_alloc; the class has no result codes.
+/// \code
+/// Tessarine::VectorString list;
+/// list += L"a,b";       // one element, stored as a\,b
+/// list += L"c";         // the text a\,b,c and length() 2
+/// std::unique_ptr<Tessarine::StringVector> elements(list.getVector()); // "a,b" and "c"
+/// \endcode
+///
+/// Exhausted memory throws std::bad_alloc; the class has no result codes. Splitting a text into
+/// a vector (toVector(), and so getVector() and append(wchar_t const*)) leaves out the elements
+/// for which the vector's slot array cannot grow, with no exception and no code. After
+/// std::bad_alloc, toVector() and append(wchar_t const*) keep what they had done so far.
+///
+/// Lists share nothing: different lists may serve different threads, one thread at a time
+/// each.
 class TESSARINE_API VectorString {
 public:
     /// The comma that stands between two elements.
