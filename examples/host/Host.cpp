@@ -20,6 +20,7 @@ namespace {
 
 using Tessarine::Configuration;
 using Tessarine::String;
+using TessarineSupport::displayText;
 using Libraries = std::vector<std::unique_ptr<PluginLibrary>>;
 
 // The two callbacks are plain function pointers without a context argument, so what they share
