@@ -2,7 +2,6 @@
 // TextEquals, which it does not advertise: only a host that asks each plug-in in turn finds it.
 
 #include "ComparisonPlugin.h"
-#include "ExamplePluginApi.h"
 
 #include <new>
 #include <string_view>
@@ -19,10 +18,13 @@ protected:
 
 } // namespace
 
-TESSARINE_EXAMPLE_EXPORT Tessarine::Plugin* tessarine_example_create_plugin() {
-    return new (std::nothrow) SynonymPlugin;
+// The entry points as a plug-in from outside this tree writes them (docs/writing-a-plugin.md).
+extern "C" __attribute__((visibility("default"))) Tessarine::Plugin*
+tessarine_example_create_plugin() {
+    return new (std::nothrow) SynonymPlugin; // null when it cannot be made: nothing may throw here
 }
 
-TESSARINE_EXAMPLE_EXPORT void tessarine_example_destroy_plugin(Tessarine::Plugin* i_Plugin) {
-    delete i_Plugin;
+extern "C" __attribute__((visibility("default"))) void
+tessarine_example_destroy_plugin(Tessarine::Plugin* i_Plugin) {
+    delete i_Plugin; // deleted by the shared object that made it
 }
