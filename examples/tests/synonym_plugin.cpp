@@ -1,5 +1,6 @@
-// A second plug-in for the host's tests. Besides the comparisons it leases `Same`, a synonym of
-// TextEquals, which it does not advertise: only a host that asks each plug-in in turn finds it.
+// A second plug-in for the host's tests. It makes one expression, `Same`, a synonym of
+// TextEquals, and advertises nothing: a host finds it only by asking each plug-in in turn, and
+// asks it last for the names that another plug-in advertises.
 
 #include "ComparisonPlugin.h"
 
@@ -10,9 +11,14 @@ namespace {
 
 class SynonymPlugin : public TessarineExamples::ComparisonPlugin {
 protected:
+    int32_t onInitialize() override { return PLUGIN_OK; }
+
     int32_t createExpression(wchar_t const* i_Name, Tessarine::Expression** o_Expression) override {
-        bool const same = std::wstring_view(i_Name) == L"Same";
-        return ComparisonPlugin::createExpression(same ? L"TextEquals" : i_Name, o_Expression);
+        if (std::wstring_view(i_Name) != L"Same") {
+            report("the synonyms make only Same", true);
+            return PLUGIN_ERROR_EXPRESSION_NOT_FOUND;
+        }
+        return ComparisonPlugin::createExpression(L"TextEquals", o_Expression);
     }
 };
 

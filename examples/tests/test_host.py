@@ -1,5 +1,5 @@
 """Tests of tessarine-example-host, run as a program: one golden run on the shipped sample, the
-plug-ins asked in turn, and a table of broken input.
+order in which the plug-ins are asked, and a table of broken input.
 
 The build passes the host, the comparison plug-in, a second plug-in, a directory with a shared
 object that is no plug-in, and the examples' source directory through the environment.
@@ -30,11 +30,11 @@ class Host(unittest.TestCase):
                 file.write(content)
         return path
 
-    def plugins(self, name, *libraries):
-        """A plug-in directory with links to the libraries."""
+    def plugins(self, name, *links):
+        """A plug-in directory of links (name, library); the host loads them in name order."""
         os.mkdir(self.path(name))
-        for library in libraries:
-            os.symlink(library, self.path(os.path.join(name, os.path.basename(library))))
+        for link, library in links:
+            os.symlink(library, self.path(os.path.join(name, link)))
         return self.path(name)
 
     def run_host(self, *arguments, plugins=None):
@@ -48,12 +48,20 @@ class Host(unittest.TestCase):
         with open(os.path.splitext(SAMPLE)[0] + ".expected", encoding="ascii") as expected:
             self.assertEqual(result.stdout, expected.read())
 
-    def test_each_plugin_is_asked_in_turn_until_one_leases_the_name(self):
-        plugins = self.plugins("two", PLUGIN, SYNONYMS)
-        result = self.run_host(self.path("same.ini", "[s]\nexpression = Same\nleft = a\nright = a\n"),
-                               plugins=plugins)
-        self.assertEqual((result.returncode, result.stderr), (0, ""))
-        self.assertEqual(result.stdout, "[s] TextEquals(left=a, right=a) = true\n")
+    def test_advertisers_are_asked_first_then_each_plugin_in_turn(self):
+        path = self.path("two.ini", "[t]\nexpression = TextEquals\nleft = a\nright = a\n"
+                                    "[s]\nexpression = Same\nleft = a\nright = b\n")
+        rows = [  # name, plug-in directory, refusals on the way
+            ("advertiser first", self.plugins("ad", ("a.so", SYNONYMS), ("b.so", PLUGIN)), 0),
+            ("in turn", self.plugins("turn", ("a.so", PLUGIN), ("b.so", SYNONYMS)), 1),
+        ]
+        for name, plugins, refusals in rows:
+            with self.subTest(name):
+                result = self.run_host("--verbose", path, plugins=plugins)
+                self.assertEqual(result.returncode, 0, result.stderr)
+                self.assertEqual(result.stdout, "[t] TextEquals(left=a, right=a) = true\n"
+                                                "[s] TextEquals(left=a, right=b) = false\n")
+                self.assertEqual(result.stderr.count("plug-in failure"), refusals)
 
     def test_broken_input_ends_with_one_line_that_names_the_culprit(self):
         good = "[good]\nexpression = TextEquals\nleft = a\nright = a\n"
@@ -70,7 +78,7 @@ class Host(unittest.TestCase):
             ("shared object without the factory", SAMPLE, NO_FACTORY, 1, "",
              ["not-a-plugin.so", "tessarine_example_create_plugin"]),
             ("file that is no shared object", SAMPLE,
-             self.plugins("fake", self.path("fake.so", "not machine code\n")), 1, "",
+             self.plugins("fake", ("fake.so", self.path("fake.so", "not machine code\n"))), 1, "",
              ["cannot load plug-in", "fake.so"]),
             ("expression that no plug-in makes",
              self.path("odd.ini", good + "[odd]\nexpression = VersionMore\n"), None, 1,
