@@ -2,8 +2,6 @@
 
 #include "Text.h"
 
-#include <cstdint>
-
 namespace TessarineTools {
 namespace {
 
@@ -44,18 +42,6 @@ std::string listed(std::wstring_view i_Text, Place i_Place) {
     return text;
 }
 
-void appendJsonCharacter(std::string& io_Out, wchar_t i_Character) {
-    auto const code = static_cast<std::uint32_t>(i_Character);
-    if (code == '"' || code == '\\') {
-        io_Out += '\\';
-        io_Out += static_cast<char>(code);
-    } else if (code >= 0x20 && code < 0x7F) {
-        io_Out += static_cast<char>(code);
-    } else {
-        io_Out += utf16Escape(code);
-    }
-}
-
 } // namespace
 
 std::string listedValue(std::wstring_view i_Value) {
@@ -75,9 +61,10 @@ void writeListing(std::ostream& o_Out, std::vector<IniSection> const& i_Sections
 }
 
 std::string jsonString(std::wstring_view i_Text) {
+    // The display form is already JSON but for the quotes, which it leaves as they are.
     std::string quoted = "\"";
-    for (wchar_t const character : i_Text) {
-        appendJsonCharacter(quoted, character);
+    for (char const character : displayText(i_Text)) {
+        quoted += character == '"' ? "\\\"" : std::string(1, character);
     }
     return quoted + '"';
 }

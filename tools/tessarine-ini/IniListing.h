@@ -23,8 +23,8 @@ std::string listedValue(std::wstring_view i_Value);
 void writeJson(std::ostream& o_Out, std::wstring_view i_File,
                std::vector<TessarineSupport::IniSection> const& i_Sections);
 
-/// A JSON string literal of the text; everything outside printable ASCII is escaped by
-/// TessarineSupport::utf16Escape().
+/// A JSON string literal of the text, in ASCII: TessarineSupport::displayText() with the quotes
+/// escaped.
 std::string jsonString(std::wstring_view i_Text);
 
 } // namespace TessarineTools

@@ -85,6 +85,8 @@ std::wstring Input::readerPath() const {
 std::string Input::bytes() const {
     std::string bytes;
     bytes.reserve(m_Size);
+    // The copy is in memory: reading it back fails only for want of memory, which append()
+    // reports by itself.
     ::lseek(m_Copy.get(), 0, SEEK_SET);
     readAll(m_Copy.get(),
             [&bytes](char const* i_Bytes, std::size_t i_Count) { bytes.append(i_Bytes, i_Count); });

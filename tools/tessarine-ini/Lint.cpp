@@ -151,11 +151,11 @@ private:
 
     static std::string highBytes(std::string_view i_Bytes, std::size_t i_Index) {
         Utf8Character const character = decodeUtf8(i_Bytes, i_Index);
-        std::string const shown =
-            "'" + std::string(i_Bytes.substr(i_Index, character.m_Length)) + "'";
         if (character.m_Length == 0) {
             return "bytes above 127 that are no UTF-8; each becomes a character of its own";
         }
+        std::string const shown =
+            "'" + std::string(i_Bytes.substr(i_Index, character.m_Length)) + "'";
         if (character.m_Code > 0xFFFF) {
             return shown + " is above U+FFFF, which the format cannot hold";
         }
@@ -170,8 +170,13 @@ private:
         }
         if (text.front() == '[') {
             checkHeader(i_Line);
-            return;
+        } else {
+            checkKeyLine(i_Line);
         }
+    }
+
+    void checkKeyLine(Line const& i_Line) {
+        std::string_view const text = i_Line.m_Text;
         std::size_t const end = keyEnd(text);
         std::wstring const key = m_Reader.unescape(std::string(text.substr(0, end)));
         auto const [first, isNew] =

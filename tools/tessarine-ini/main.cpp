@@ -114,9 +114,12 @@ void checkCombination(Options const& i_Options) {
     }
 }
 
+/// getopt names a short option by its letter, and leaves a long one (or one given an argument
+/// it does not take) to be found in the argument before optind.
 std::string unknownOption(char** i_Arguments) {
-    return "unknown option " + (optopt != 0 ? std::string{'-', static_cast<char>(optopt)}
-                                            : std::string(i_Arguments[optind - 1]));
+    bool const letter = optopt > 0 && optopt < OPTION_VERSION;
+    return "unknown option " + (letter ? std::string{'-', static_cast<char>(optopt)}
+                                       : std::string(i_Arguments[optind - 1]));
 }
 
 Options parseArguments(int i_Count, char** i_Arguments) {

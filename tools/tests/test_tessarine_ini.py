@@ -130,7 +130,7 @@ class RoundTrip(ToolTest):
 
     TRICKY = (b"a\\=b\\:c\\u0020d = v\n\\#hash = \\!x\n\\;semi\\[ = [\n= no key\n"
               b"[sec\\u005Dtion]\nk = \\u0020 both ends \\u0009\nback = C:\\\\dir\\\\\n"
-              b"nul\\u0000 = \\u00e9\\uD83D\\uDE00\\uFFFF\nempty =\n[]\nu = \\\\u0041\nx = y\\ \n")
+              b"nul\\u0000 = \\u00e9\\uD83D\\uDE00\\uFFFF\nempty =\n[]\nu = \\\\u0041\nx = y\\ \nq = \"a\" \n")
 
     def sections(self, name):
         result = self.run_tool("--json", name)
