@@ -1,6 +1,8 @@
 // Feeds arbitrary bytes to IniFileReader as a properties file, then walks the whole store
 // through the queries and checks that it is consistent. Any crash, leak, sanitizer report or
 // broken invariant is a finding.
+#include "IniContent.h"
+
 #include <Tessarine/IniFileReader.h>
 
 #include <cstdint>
@@ -8,6 +10,7 @@
 #include <cstdlib>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -30,17 +33,20 @@ void writeInput(uint8_t const* i_Data, size_t i_Size) {
     std::fclose(file);
 }
 
+/// Reads the whole store and checks it against the queries: every section has a key, every key
+/// a value, and the positions past either end give the empty string.
 void walk(Tessarine::IniFileReader& io_Reader) {
-    int const sections = io_Reader.getSectionCount();
-    check(io_Reader.getSectionAt(-1).empty() && io_Reader.getSectionAt(sections).empty());
-    for (int s = 0; s < sections; ++s) {
-        std::wstring const section = io_Reader.getSectionAt(s);
-        int const keys = io_Reader.getKeyCount(section);
-        check(keys > 0); // a section exists only because of a key line
-        check(io_Reader.getKeyAt(section, keys).empty());
-        for (int k = 0; k < keys; ++k) {
+    std::vector<TessarineSupport::IniSection> const sections =
+        TessarineSupport::readContent(io_Reader);
+    check(io_Reader.getSectionAt(-1).empty());
+    check(io_Reader.getSectionAt(static_cast<int>(sections.size())).empty());
+    for (TessarineSupport::IniSection const& section : sections) {
+        check(!section.m_Entries.empty()); // a section exists only because of a key line
+        check(
+            io_Reader.getKeyAt(section.m_Name, static_cast<int>(section.m_Entries.size())).empty());
+        for (TessarineSupport::IniSection::Entry const& entry : section.m_Entries) {
             std::wstring value;
-            check(io_Reader.getProperty(section, io_Reader.getKeyAt(section, k), value) == 1);
+            check(io_Reader.getProperty(section.m_Name, entry.m_Key, value) == 1);
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include "ExamplePluginApi.h"
 #include "HostError.h"
+#include "IniContent.h"
 #include "PluginLibrary.h"
 #include "ReadableFile.h"
 #include "Text.h"
@@ -11,6 +12,7 @@
 #include <Tessarine/String.h>
 #include <Tessarine/StringVector.h>
 
+#include <algorithm>
 #include <csignal>
 #include <iostream>
 #include <vector>
@@ -20,13 +22,13 @@ namespace {
 
 using Tessarine::Configuration;
 using Tessarine::String;
+using TessarineSupport::displayText;
 using Libraries = std::vector<std::unique_ptr<PluginLibrary>>;
 
 // The two callbacks are plain function pointers without a context argument, so what they share
 // with the host lives here. The host runs on one thread; the signal handler only sets a flag.
 volatile std::sig_atomic_t g_Interrupted = 0;
 bool g_Verbose = false;
-std::string g_LastFailure;
 
 void onInterruptSignal(int) {
     g_Interrupted = 1;
@@ -36,23 +38,41 @@ bool interruptSignaler() {
     return g_Interrupted != 0;
 }
 
-// Failures are kept so that the host's one-line message can say why; everything is shown on
-// request.
+/// Hears the failure that a plug-in reports during one call into it, so that the host's message
+/// can say why the call failed. Declare one right before the call and ask it right after: the
+/// event trigger reaches the listener of the running call through s_Current, which a listener
+/// sets for its own lifetime only.
+class FailureListener {
+public:
+    FailureListener() { s_Current = this; }
+    ~FailureListener() { s_Current = nullptr; }
+    FailureListener(FailureListener const&) = delete;
+    FailureListener& operator=(FailureListener const&) = delete;
+
+    static void hear(char const* i_Failure) {
+        if (s_Current != nullptr) {
+            s_Current->m_Failure = i_Failure;
+        }
+    }
+
+    /// The result code, with the failure heard during the call if there was one.
+    std::string describe(int32_t i_Result) const {
+        std::string text = "code " + std::to_string(i_Result);
+        return m_Failure.empty() ? text : text + " (" + m_Failure + ")";
+    }
+
+private:
+    static inline FailureListener* s_Current = nullptr;
+    std::string m_Failure;
+};
+
 void eventTrigger(char const* i_Event, bool i_Failure) {
     if (i_Failure) {
-        g_LastFailure = i_Event;
+        FailureListener::hear(i_Event);
     }
     if (g_Verbose) {
         std::cerr << (i_Failure ? "plug-in failure: " : "plug-in event: ") << i_Event << '\n';
     }
-}
-
-std::string describe(int32_t i_Result) {
-    std::string text = "code " + std::to_string(i_Result);
-    if (!g_LastFailure.empty()) {
-        text += " (" + g_LastFailure + ")";
-    }
-    return text;
 }
 
 constexpr wchar_t const* EXPRESSION_KEY = L"expression";
@@ -104,15 +124,13 @@ std::vector<RecordedSection> recordFile(std::string const& i_File, RecordedSets&
     }
     Tessarine::IniFileReader reader(path);
     std::vector<RecordedSection> sections;
-    for (int index = 0; index < reader.getSectionCount(); ++index) {
-        RecordedSection section{reader.getSectionAt(index), {}, SET_PREFIX};
-        section.m_SetName += section.m_Name.c_str();
+    for (TessarineSupport::IniSection const& content : TessarineSupport::readContent(reader)) {
+        RecordedSection section{content.m_Name, {}, SET_PREFIX};
+        section.m_SetName += content.m_Name.c_str();
         Configuration& set = io_Sets.create(section.m_SetName);
-        for (int key = 0; key < reader.getKeyCount(section.m_Name); ++key) {
-            section.m_Keys.push_back(reader.getKeyAt(section.m_Name, key));
-            std::wstring value;
-            reader.getProperty(section.m_Name, section.m_Keys.back(), value);
-            set.setProperty(section.m_Keys.back().c_str(), value.c_str());
+        for (TessarineSupport::IniSection::Entry const& entry : content.m_Entries) {
+            section.m_Keys.push_back(entry.m_Key);
+            set.setProperty(entry.m_Key.c_str(), entry.m_Value.c_str());
         }
         sections.push_back(std::move(section));
     }
@@ -123,45 +141,61 @@ void attach(PluginLibrary& io_Library) {
     Tessarine::Plugin& plugin = io_Library.plugin();
     plugin.setInterruptSignaler(interruptSignaler);
     plugin.setEventTrigger(eventTrigger);
-    g_LastFailure.clear();
+    FailureListener failure;
     int32_t const result = plugin.initialize();
     if (result != PLUGIN_OK) {
         throw HostError("plug-in " + io_Library.path() +
-                        " failed to initialise: " + describe(result));
+                        " failed to initialise: " + failure.describe(result));
     }
 }
 
-/// The first plug-in that advertises the name; else the first plug-in, whose factory then
-/// decides, since advertising is a courtesy and not a condition of leasing.
-Tessarine::Plugin& choosePlugin(Libraries& io_Libraries, String const& i_Name) {
-    for (std::unique_ptr<PluginLibrary>& library : io_Libraries) {
-        Tessarine::StringVector& offered = library->plugin().listExpressions();
-        for (int index = 0; index < offered.length(); ++index) {
-            if (offered[index] == i_Name) {
-                return library->plugin();
-            }
+bool advertises(Tessarine::Plugin& io_Plugin, String const& i_Name) {
+    Tessarine::StringVector& offered = io_Plugin.listExpressions();
+    for (int index = 0; index < offered.length(); ++index) {
+        if (offered[index] == i_Name) {
+            return true;
         }
     }
-    return io_Libraries.front()->plugin();
+    return false;
 }
 
-/// An expression on lease: taken from the plug-in in the constructor and handed back in the
-/// destructor, so that it returns to the plug-in's pool on every way out.
+/// The plug-ins in the order in which they are asked for the name: those that advertise it
+/// first, then the others, each in the order of loading. Advertising decides only the order,
+/// since a factory may make names that its plug-in does not list.
+std::vector<Tessarine::Plugin*> askingOrder(Libraries& io_Libraries, String const& i_Name) {
+    std::vector<Tessarine::Plugin*> plugins;
+    for (std::unique_ptr<PluginLibrary>& library : io_Libraries) {
+        plugins.push_back(&library->plugin());
+    }
+    std::stable_partition(plugins.begin(), plugins.end(), [&i_Name](Tessarine::Plugin* i_Plugin) {
+        return advertises(*i_Plugin, i_Name);
+    });
+    return plugins;
+}
+
+/// An expression on lease: taken in the constructor from the first plug-in that leases the
+/// name, and handed back to it in the destructor, so that it returns to that plug-in's pool on
+/// every way out.
 class Lease {
 public:
-    Lease(Tessarine::Plugin& io_Plugin, String const& i_Name, std::string const& i_Where)
-        : m_Plugin(io_Plugin), m_Expression(nullptr) {
-        g_LastFailure.clear();
-        int32_t const result = m_Plugin.getExpression(i_Name, &m_Expression);
-        if (result != PLUGIN_OK) {
+    Lease(Libraries& io_Libraries, String const& i_Name, std::string const& i_Where) {
+        std::string refusals;
+        for (Tessarine::Plugin* plugin : askingOrder(io_Libraries, i_Name)) {
+            FailureListener failure;
+            Tessarine::Expression* expression = nullptr;
+            int32_t const result = plugin->getExpression(i_Name, &expression);
             // The place may hold something after a failure; only the result counts.
-            m_Expression = nullptr;
-            throw HostError(i_Where + ": plug-in " + displayText(m_Plugin.getName()) +
-                            " refused expression '" + displayText(i_Name) + "' with " +
-                            describe(result));
+            if (result == PLUGIN_OK) {
+                m_Plugin = plugin;
+                m_Expression = expression;
+                return;
+            }
+            refusals += "; " + displayText(plugin->getName()) + ": " + failure.describe(result);
         }
+        throw HostError(i_Where + ": no plug-in leases expression '" + displayText(i_Name) + "'" +
+                        refusals);
     }
-    ~Lease() { m_Plugin.disposeExpression(m_Expression); }
+    ~Lease() { m_Plugin->disposeExpression(m_Expression); }
 
     Lease(Lease const&) = delete;
     Lease& operator=(Lease const&) = delete;
@@ -169,8 +203,8 @@ public:
     Tessarine::Expression* operator->() const { return m_Expression; }
 
 private:
-    Tessarine::Plugin& m_Plugin;
-    Tessarine::Expression* m_Expression;
+    Tessarine::Plugin* m_Plugin = nullptr;
+    Tessarine::Expression* m_Expression = nullptr;
 };
 
 std::string evaluateSection(Libraries& io_Libraries, RecordedSection const& i_Section,
@@ -182,7 +216,7 @@ std::string evaluateSection(Libraries& io_Libraries, RecordedSection const& i_Se
         throw HostError(where + ": names no expression (key '" + displayText(EXPRESSION_KEY) +
                         "')");
     }
-    Lease lease(choosePlugin(io_Libraries, name), name, where);
+    Lease lease(io_Libraries, name, where);
     std::string inputs;
     for (std::wstring const& key : i_Section.m_Keys) {
         if (key == EXPRESSION_KEY) {
@@ -193,13 +227,14 @@ std::string evaluateSection(Libraries& io_Libraries, RecordedSection const& i_Se
         lease->setProperty(key.c_str(), value);
         inputs += (inputs.empty() ? "" : ", ") + displayText(key) + "=" + displayText(value);
     }
-    g_LastFailure.clear();
+    FailureListener failure;
     int32_t const result = lease->evaluate();
     if (result == EXAMPLE_ERROR_INTERRUPTED) {
         throw HostError("interrupted", 130);
     }
     if (result != PLUGIN_OK) {
-        throw HostError(where + ": " + displayText(name) + " failed with " + describe(result));
+        throw HostError(where + ": " + displayText(name) + " failed with " +
+                        failure.describe(result));
     }
     return "[" + displayText(i_Section.m_Name) + "] " + displayText(lease->getName()) + "(" +
            inputs + ") = " + displayText(lease->getResult());

@@ -5,6 +5,8 @@
 
 namespace TessarineExamples {
 
+using TessarineSupport::displayText;
+
 wchar_t const* ComparisonPlugin::getName() {
     return L"comparisons";
 }

@@ -16,6 +16,7 @@ namespace TessarineExamples {
 namespace {
 
 using Tessarine::String;
+using TessarineSupport::displayText;
 
 /// What every comparison shares: it reads the properties `left` and `right`, decides, and
 /// keeps PLUGIN_RESULT_TRUE or PLUGIN_RESULT_FALSE as its result until it is disposed. A

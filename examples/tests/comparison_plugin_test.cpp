@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,14 +27,6 @@ void recordEvent(char const* i_Event, bool i_Failure) {
 
 bool stopRequested() {
     return g_StopRequested;
-}
-
-int countStartingWith(std::string const& i_Prefix) {
-    int count = 0;
-    for (std::string const& event : g_Events) {
-        count += event.rfind(i_Prefix, 0) == 0 ? 1 : 0;
-    }
-    return count;
 }
 
 class ComparisonPluginTest : public ::testing::Test {
@@ -70,26 +63,17 @@ protected:
     ComparisonPlugin m_Plugin;
 };
 
-TEST_F(ComparisonPluginTest, AdvertisesEveryComparisonOnce) {
-    ASSERT_EQ(m_Plugin.initialize(), PLUGIN_OK);
+TEST_F(ComparisonPluginTest, AdvertisesEachNameOnceAndLeasesIt) {
+    ASSERT_EQ(m_Plugin.initialize(), PLUGIN_OK); // a second time, which must add nothing
     Tessarine::StringVector& names = m_Plugin.listExpressions();
-    std::vector<std::wstring> listed;
+    std::set<std::wstring> distinct;
     for (int index = 0; index < names.length(); ++index) {
-        listed.emplace_back(names[index]);
-    }
-    EXPECT_EQ(listed, (std::vector<std::wstring>{L"TextEquals", L"TextEqualsIgnoreCase",
-                                                 L"TextContains", L"TextInList", L"VersionEquals",
-                                                 L"VersionLess", L"VersionAtLeast"}));
-}
-
-TEST_F(ComparisonPluginTest, EveryAdvertisedNameCanBeLeased) {
-    Tessarine::StringVector& names = m_Plugin.listExpressions();
-    for (int index = 0; index < names.length(); ++index) {
+        distinct.insert(static_cast<wchar_t const*>(names[index]));
         Expression* const expression = lease(names[index]);
         ASSERT_NE(expression, nullptr);
         EXPECT_EQ(names[index], expression->getName());
-        EXPECT_STREQ(expression->getResult(), L"");
     }
+    EXPECT_EQ(distinct.size(), static_cast<std::size_t>(names.length()));
 }
 
 TEST_F(ComparisonPluginTest, RefusesUnknownNamesAndSaysWhy) {
@@ -179,34 +163,6 @@ TEST_F(ComparisonPluginTest, WorksWithoutCallbacks) {
     EXPECT_EQ(evaluate(L"VersionLess", L"1", L"2"), PLUGIN_RESULT_TRUE);
     EXPECT_EQ(evaluate(L"VersionLess", L"x", L"2"), L"code -101");
     EXPECT_TRUE(g_Events.empty());
-}
-
-TEST_F(ComparisonPluginTest, ReusesAGivenBackInstanceWithoutItsResult) {
-    Expression* const first = lease(L"VersionLess");
-    first->setProperty(L"left", L"1");
-    first->setProperty(L"right", L"2");
-    ASSERT_EQ(first->evaluate(), PLUGIN_OK);
-    ASSERT_EQ(m_Plugin.disposeExpression(first), PLUGIN_OK);
-
-    Expression* const second = lease(L"VersionLess");
-    EXPECT_EQ(second, first);
-    EXPECT_STREQ(second->getResult(), L"");
-    EXPECT_EQ(second->getProperty(L"left"), nullptr);
-    EXPECT_EQ(countStartingWith("created "), 1);
-}
-
-TEST_F(ComparisonPluginTest, CleanupDestroysLeasedAndFreeInstances) {
-    Expression* const leased = lease(L"TextEquals");
-    Expression* const given = lease(L"TextEquals");
-    ASSERT_NE(leased, given);
-    ASSERT_EQ(m_Plugin.disposeExpression(given), PLUGIN_OK);
-    m_Plugin.cleanup();
-    EXPECT_EQ(countStartingWith("created "), 2);
-    EXPECT_EQ(countStartingWith("destroyed "), 2);
-    EXPECT_EQ(g_Events.at(2), "cleanup");
-    // The plug-in stays usable: the next lease reaches the factory again.
-    EXPECT_NE(lease(L"TextEquals"), nullptr);
-    EXPECT_EQ(countStartingWith("created "), 3);
 }
 
 } // namespace

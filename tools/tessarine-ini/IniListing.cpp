@@ -2,59 +2,74 @@
 
 #include "Text.h"
 
-#include <cstdint>
-
 namespace TessarineTools {
 namespace {
 
-void appendJsonCharacter(std::string& io_Out, std::uint32_t i_Code) {
-    if (i_Code == '"' || i_Code == '\\') {
-        io_Out += '\\';
-        io_Out += static_cast<char>(i_Code);
-    } else if (i_Code >= 0x20 && i_Code < 0x7F) {
-        io_Out += static_cast<char>(i_Code);
-    } else {
-        io_Out += TessarineExamples::utf16Escape(i_Code <= 0x10FFFF ? i_Code : 0xFFFD);
+using TessarineSupport::displayText;
+using TessarineSupport::IniSection;
+using TessarineSupport::utf16Escape;
+
+/// Where a text stands in a line of the listing.
+enum class Place { Section, Key, Value };
+
+/// How a character must be written at that place so that the file reads it back as itself, or
+/// the empty text when displayText() writes it well. A key ends at `=`, `:` and white space and
+/// must not start like a comment or a header; a section name ends at `]`; a value loses the
+/// white space around it.
+std::string escapeFor(Place i_Place, wchar_t i_Character, bool i_First, bool i_Last) {
+    switch (i_Place) {
+    case Place::Key:
+        if (i_Character == L'=' || i_Character == L':' ||
+            (i_First && std::wstring_view(L"#!;[").find(i_Character) != std::wstring_view::npos)) {
+            return {'\\', static_cast<char>(i_Character)};
+        }
+        return i_Character == L' ' ? utf16Escape(' ') : "";
+    case Place::Section:
+        return i_Character == L']' ? utf16Escape(']') : "";
+    case Place::Value:
+        return i_Character == L' ' && (i_First || i_Last) ? utf16Escape(' ') : "";
     }
+    return "";
+}
+
+std::string listed(std::wstring_view i_Text, Place i_Place) {
+    std::string text;
+    for (std::size_t index = 0; index < i_Text.size(); ++index) {
+        std::string const escape =
+            escapeFor(i_Place, i_Text[index], index == 0, index + 1 == i_Text.size());
+        text += escape.empty() ? displayText(i_Text.substr(index, 1)) : escape;
+    }
+    return text;
 }
 
 } // namespace
 
-std::vector<IniSection> readSections(Tessarine::IniFileReader& io_Reader) {
-    std::vector<IniSection> sections;
-    for (int index = 0; index < io_Reader.getSectionCount(); ++index) {
-        IniSection section{io_Reader.getSectionAt(index), {}};
-        for (int key = 0; key < io_Reader.getKeyCount(section.m_Name); ++key) {
-            IniSection::Entry entry{io_Reader.getKeyAt(section.m_Name, key), {}};
-            io_Reader.getProperty(section.m_Name, entry.m_Key, entry.m_Value);
-            section.m_Entries.push_back(std::move(entry));
-        }
-        sections.push_back(std::move(section));
-    }
-    return sections;
+std::string listedValue(std::wstring_view i_Value) {
+    return listed(i_Value, Place::Value);
 }
 
 void writeListing(std::ostream& o_Out, std::vector<IniSection> const& i_Sections) {
-    using TessarineExamples::displayText;
     char const* separator = "";
     for (IniSection const& section : i_Sections) {
-        o_Out << separator << '[' << displayText(section.m_Name) << "]\n";
+        o_Out << separator << '[' << listed(section.m_Name, Place::Section) << "]\n";
         for (IniSection::Entry const& entry : section.m_Entries) {
-            o_Out << displayText(entry.m_Key) << " = " << displayText(entry.m_Value) << '\n';
+            o_Out << listed(entry.m_Key, Place::Key) << " =" << (entry.m_Value.empty() ? "" : " ")
+                  << listedValue(entry.m_Value) << '\n';
         }
         separator = "\n";
     }
 }
 
-std::string jsonString(std::wstring const& i_Text) {
+std::string jsonString(std::wstring_view i_Text) {
+    // The display form is already JSON but for the quotes, which it leaves as they are.
     std::string quoted = "\"";
-    for (wchar_t const character : i_Text) {
-        appendJsonCharacter(quoted, static_cast<std::uint32_t>(character));
+    for (char const character : displayText(i_Text)) {
+        quoted += character == '"' ? "\\\"" : std::string(1, character);
     }
     return quoted + '"';
 }
 
-void writeJson(std::ostream& o_Out, std::wstring const& i_File,
+void writeJson(std::ostream& o_Out, std::wstring_view i_File,
                std::vector<IniSection> const& i_Sections) {
     o_Out << "{\"file\": " << jsonString(i_File) << ", \"sections\": [";
     char const* sectionSeparator = "";

@@ -1,8 +1,11 @@
-"""Tests of tessarine-ini, the properties-file inspector, run as a program.
+"""Tests of tessarine-ini, run as a program: its options, its inputs, its exit status.
 
-The build passes the program and the shipped sample through the environment.
+The build passes the program, the library version, whether the build runs under the sanitizers,
+the shipped sample files and the fuzz corpus through the environment. Every test runs in a
+directory of its own, which holds in.ini, the input of most of them.
 """
 
+import glob
 import json
 import os
 import subprocess
@@ -10,202 +13,200 @@ import tempfile
 import unittest
 
 TOOL = os.environ.get("TESSARINE_INI", "")
-SAMPLE = os.environ.get("TESSARINE_SAMPLE", "")
+VERSION = os.environ.get("TESSARINE_VERSION", "")
+SANITIZED = os.environ.get("TESSARINE_SANITIZE", "") in ("ON", "1", "TRUE")
+SAMPLES = [path for path in os.environ.get("TESSARINE_SAMPLES", "").split(":") if path]
+CORPUS = glob.glob(os.path.join(os.environ.get("TESSARINE_CORPUS", ""), "*"))
+INI = b"[s]\nk = v\npath = C:\\\\Program Files\n"
 
 
-def run(*arguments):
-    return subprocess.run([TOOL, *arguments], capture_output=True, timeout=60, check=False)
-
-
-class FileTest(unittest.TestCase):
-    """Writes each test's properties file, as bytes, into a directory of its own."""
-
+class ToolTest(unittest.TestCase):
     def setUp(self):
-        self.directory = tempfile.TemporaryDirectory()
-        self.addCleanup(self.directory.cleanup)
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.directory = directory.name
+        self.write(INI)
 
-    def file(self, content, name="input.ini"):
-        path = os.path.join(self.directory.name, name)
-        with open(path, "wb") as file:
+    def write(self, content, name="in.ini"):
+        with open(os.path.join(self.directory, name), "wb") as file:
             file.write(content)
-        return path
+        return name
 
-    def listing(self, content):
-        result = run(self.file(content))
-        self.assertEqual(result.returncode, 0, result.stderr)
-        return result.stdout.decode("ascii")
+    def run_tool(self, *arguments, shell=None, locale="C"):
+        command = ["bash", "-c", shell] if shell else [TOOL, *arguments]
+        environment = dict(os.environ, T=TOOL, LC_ALL=locale)
+        return subprocess.run(command, capture_output=True, timeout=60, check=False,
+                              cwd=self.directory, env=environment)
 
-    def sections(self, content):
-        result = run("--json", self.file(content))
-        self.assertEqual(result.returncode, 0, result.stderr)
-        return [(section["name"], [(entry["key"], entry["value"]) for entry in section["keys"]])
-                for section in json.loads(result.stdout)["sections"]]
-
-
-class Listing(FileTest):
-    """The plain listing: file order, the library's decoding, everything shown in ASCII."""
-
-    def test_sections_and_keys_in_file_order_with_the_last_value(self):
-        self.assertEqual(self.listing(b"top=0\n[s]\nb=1\na=2\n[t]\nc=3\n[s]\nb=4\n"),
-                         "[]\ntop = 0\n\n[s]\nb = 4\na = 2\n\n[t]\nc = 3\n")
-
-    def test_characters_outside_printable_ascii_are_escaped(self):
-        self.assertEqual(self.listing(b"k=\\u00e9\\u0000\\u0009\\uFFFF\n"),
-                         "[]\nk = \\u00E9\\u0000\\u0009\\uFFFF\n")
-
-    def test_a_backslash_is_shown_doubled(self):
-        # In the file, \\ is one backslash; shown doubled, it reads back the same.
-        self.assertEqual(self.listing(b"path=C:\\\\temp\n"), "[]\npath = C:\\\\temp\n")
-
-    def test_what_the_library_makes_of_continuations_and_separators(self):
-        self.assertEqual(self.listing(b"a = b\\\n    c\nkey value\nx:y\n"),
-                         "[]\na = bc\nkey = value\nx = y\n")
-
-    def test_an_empty_file_lists_nothing(self):
-        result = run(self.file(b""))
-        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, b"", b""))
-
-    def test_the_sample_lists_every_section(self):
-        result = run(SAMPLE)
-        self.assertEqual(result.returncode, 0, result.stderr)
-        self.assertEqual(result.stdout.decode("ascii").count("\n["), 7)
-        self.assertIn("left = caf\\u00E9\n", result.stdout.decode("ascii"))
+    def assertRun(self, result, status, stdout=None, stderr=b""):
+        self.assertEqual(result.returncode, status, result.stderr)
+        if stdout is not None:
+            self.assertEqual(result.stdout, stdout)
+        self.assertIn(stderr, result.stderr)
 
 
-class Json(FileTest):
-    """--json parses with the json module and carries exactly the decoded text."""
+class CommandLine(ToolTest):
+    """Each option on its own and in the combinations that make no sense."""
 
-    def test_the_sample_parses_and_keeps_file_order(self):
-        result = run("--json", SAMPLE)
-        self.assertEqual(result.returncode, 0, result.stderr)
-        document = json.loads(result.stdout)
-        self.assertEqual(document["file"], SAMPLE)
-        names = [section["name"] for section in document["sections"]]
-        self.assertEqual(names[:2], ["newer release", "same release"])
-        self.assertEqual(len(names), 8)
-        repeated = document["sections"][-1]["keys"]
-        self.assertEqual([(entry["key"], entry["value"]) for entry in repeated],
-                         [("expression", "VersionEquals"), ("left", "2.0"), ("right", "1")])
+    def test_options(self):
+        usage = b"Try 'tessarine-ini --help'"
+        rows = [  # name, arguments, exit status, standard output (None: not checked), error
+            ("-h", ["-h"], 0, None, b""),
+            ("--help", ["--help"], 0, None, b""),
+            ("--version", ["--version"], 0, b"tessarine-ini %s\n" % VERSION.encode(), b""),
+            ("--get", ["--get", "s", "k", "in.ini"], 0, b"v\n", b""),
+            ("--get shows file notation", ["--get", "s", "path", "in.ini"], 0,
+             b"C:\\\\Program Files\n", b""),
+            ("--get --raw", ["--get", "s", "path", "--raw", "in.ini"], 0,
+             b"C:\\Program Files\n", b""),
+            ("--get --json", ["--json", "--get", "s", "k", "in.ini"], 0, b'"v"\n', b""),
+            ("--get finds nothing", ["--get", "s", "x", "in.ini"], 1, b"", b""),
+            ("-- before a file named like an option", ["--", "-in.ini"], 0, None, b""),
+            ("no file", [], 2, b"", usage),
+            ("unknown option", ["--bogus", "in.ini"], 2, b"", b"--bogus"),
+            ("unknown short option", ["-x", "in.ini"], 2, b"", b"-x"),
+            ("--get with one name", ["--get", "k", "in.ini"], 2, b"", usage),
+            ("--get without names", ["--get"], 2, b"", usage),
+            ("--get twice", ["--get", "s", "k", "--get", "s", "k", "in.ini"], 2, b"", b"twice"),
+            ("--raw without --get", ["--raw", "in.ini"], 2, b"", usage),
+            ("--raw with --json", ["--raw", "--json", "--get", "s", "k", "in.ini"], 2, b"",
+             usage),
+            ("--check with --json", ["--check", "--json", "in.ini"], 2, b"", usage),
+            ("--check with --escape", ["--check", "--escape", "in.ini"], 2, b"", usage),
+            ("two files", ["in.ini", "in.ini"], 2, b"", usage),
+            ("option after the file", ["in.ini", "--json"], 2, b"", usage),
+            ("missing file", ["none.ini"], 2, b"",
+             b"tessarine-ini: cannot open none.ini: No such file or directory\n"),
+            ("directory", ["."], 2, b"", b"tessarine-ini: cannot open .: Is a directory\n"),
+        ]
+        self.write(INI, "-in.ini")
+        for name, arguments, status, stdout, stderr in rows:
+            with self.subTest(name):
+                self.assertRun(self.run_tool(*arguments), status, stdout, stderr)
+        self.assertIn(b"usage: tessarine-ini", self.run_tool("-h").stdout)
 
-    def test_quotes_backslashes_and_control_characters(self):
-        self.assertEqual(self.sections(b'q="a"\\\\b\\u0001\\u001F\\u007F\n'),
-                         [("", [("q", '"a"\\b\x01\x1f\x7f')])])
+    def test_raw_text_the_locale_cannot_write(self):
+        self.write(b"k = caf\\u00e9\n")
+        self.assertRun(self.run_tool("--get", "", "k", "--raw", "in.ini"), 1, b"", b"locale")
+        self.assertRun(self.run_tool("--get", "", "k", "--raw", "in.ini", locale="C.UTF-8"), 0,
+                       "caf\u00e9\n".encode())
 
-    def test_characters_beyond_ascii_and_surrogates(self):
-        # The library keeps the two halves of a pair as two characters; written as two \u
-        # escapes, a JSON reader joins them into the character they encode. A lone half
-        # stays what it is.
-        self.assertEqual(self.sections(b"k=\\u00e9\\uD83D\\uDE00\nlone=\\uDC00x\n"),
-                         [("", [("k", "\u00e9\U0001F600"), ("lone", "\udc00x")])])
-
-    def test_nul_characters_inside_names(self):
-        self.assertEqual(self.sections(b"[a\\u0000b]\nk\\u0000=v\n"),
-                         [("a\x00b", [("k\x00", "v")])])
-
-    def test_output_is_ascii(self):
-        result = run("--json", self.file(b"k=\\u4E2D\xc3\xa9\n"))
-        result.stdout.decode("ascii")
-        json.loads(result.stdout)
-
-
-class Get(FileTest):
-    """--get: the value on success, exit status 1 for a section or key that is not there."""
-
-    def test_found(self):
-        result = run("--get", "same release", "right", SAMPLE)
-        self.assertEqual((result.returncode, result.stdout), (0, b"2.0.0\n"))
-
-    def test_absent_key_and_section(self):
-        for section, key in (("same release", "middle"), ("no such section", "left"),
-                             ("same release", "Right")):
-            result = run("--get", section, key, SAMPLE)
-            self.assertEqual((result.returncode, result.stdout), (1, b""), (section, key))
-
-    def test_the_section_before_the_first_header_is_the_empty_name(self):
-        path = self.file(b"top=1\n[s]\nk=2\n")
-        self.assertEqual(run("--get", "", "top", path).stdout, b"1\n")
-        self.assertEqual(run("--get", "", "k", path).returncode, 1)
-
-    def test_empty_value_is_found(self):
-        result = run("--get", "", "k", self.file(b"k=\n"))
-        self.assertEqual((result.returncode, result.stdout), (0, b"\n"))
-
-    def test_names_are_given_as_the_listing_shows_them(self):
-        path = self.file(b"[caf\\u00e9]\na\\u0020b=1\n")
-        result = run("--get", "caf\\u00E9", "a\\u0020b", path)
-        self.assertEqual((result.returncode, result.stdout), (0, b"1\n"))
-
-    def test_json_value(self):
-        result = run("--json", "--get", "accented name", "left", SAMPLE)
-        self.assertEqual(json.loads(result.stdout), "caf\u00e9")
+    def test_json_writes_values_beyond_unicode_as_replacement_characters(self):
+        # Under the C locale a byte above 127 widens to a value that is no character at all.
+        self.write(b"k = \xe9\n")
+        document = json.loads(self.run_tool("--json", "in.ini").stdout)
+        self.assertEqual(document["sections"][0]["keys"][0]["value"], "\ufffd")
 
 
-class MissingFile(FileTest):
-    """The library reads a missing file as an empty one; the tool tells them apart."""
+class Inputs(ToolTest):
+    """Every kind of input is read exactly once, and nothing waits on it twice."""
 
-    def assertCannotOpen(self, path, reason):
-        result = run(path)
-        self.assertEqual(result.returncode, 2)
-        self.assertEqual(result.stdout, b"")
-        self.assertEqual(result.stderr.decode(),
-                         "tessarine-ini: cannot open %s: %s\n" % (path, reason))
+    def test_inputs_that_can_be_read_only_once(self):
+        text = r"printf '[s]\nk = v\n'"
+        rows = [
+            ("standard input as -", text + ' | "$T" --get s k -'),
+            ("/dev/stdin", text + ' | "$T" --get s k /dev/stdin'),
+            ("process substitution", '"$T" --get s k <(%s)' % text),
+            ("FIFO whose writer starts a second late",
+             'mkfifo fifo; (sleep 1; %s >fifo) & "$T" --get s k fifo' % text),
+        ]
+        for name, shell in rows:
+            with self.subTest(name):
+                self.assertRun(self.run_tool(shell=shell), 0, b"v\n")
 
-    def test_missing_file(self):
-        self.assertCannotOpen(os.path.join(self.directory.name, "missing.ini"),
-                              "No such file or directory")
-
-    def test_directory(self):
-        self.assertCannotOpen(self.directory.name, "Is a directory")
-
-    def test_unreadable_file(self):
-        if os.geteuid() == 0:
-            self.skipTest("root reads every file")
-        path = self.file(b"k=v\n")
-        os.chmod(path, 0)
-        self.assertCannotOpen(path, "Permission denied")
-
-    def test_missing_file_with_get(self):
-        result = run("--get", "s", "k", os.path.join(self.directory.name, "missing.ini"))
-        self.assertEqual(result.returncode, 2)
+    @unittest.skipIf(SANITIZED, "the sanitizers need more address space than the limit allows")
+    def test_out_of_memory_ends_with_status_3_and_a_message(self):
+        with open(os.path.join(self.directory, "big.ini"), "wb") as file:
+            file.write(b"k = " + b"x" * 40_000_000 + b"\n")
+        for option in ("--json", "--check", "--escape"):
+            with self.subTest(option):
+                result = self.run_tool(shell='ulimit -v 100000; "$T" %s big.ini' % option)
+                self.assertRun(result, 3, None, b"tessarine-ini: out of memory reading big.ini\n")
 
 
-class HighBytes(FileTest):
-    """Bytes above 127 give one warning that shows the \\u sequence to write instead."""
+class RoundTrip(ToolTest):
+    """The listing is a properties file that reads back as the same content, and falls into none
+    of the traps that --check knows."""
 
-    def warning(self, content):
-        result = run(self.file(content))
-        self.assertEqual(result.returncode, 0)
-        return result.stderr.decode("utf-8")
+    TRICKY = (b"a\\=b\\:c\\u0020d = v\n\\#hash = \\!x\n\\;semi\\[ = [\n= no key\n"
+              b"[sec\\u005Dtion]\nk = \\u0020 both ends \\u0009\nback = C:\\\\dir\\\\\n"
+              b"nul\\u0000 = \\u00e9\\uD83D\\uDE00\\uFFFF\nempty =\n[]\nu = \\\\u0041\nx = y\\ \nq = \"a\" \n")
 
-    def test_one_warning_naming_the_first_line_and_the_sequence(self):
-        warning = self.warning(b"a=1\nb=caf\xc3\xa9\nc=\xc3\xa9\xc3\xa9\n")
-        self.assertEqual(len(warning.splitlines()), 1)
-        self.assertIn(":2: ", warning)
-        self.assertIn("write '\u00e9' as \\u00E9", warning)
+    def sections(self, name):
+        result = self.run_tool("--json", name)
+        self.assertRun(result, 0)
+        return json.loads(result.stdout)["sections"]
 
-    def test_characters_above_ffff_become_a_surrogate_pair(self):
-        self.assertIn("as \\uD83D\\uDE00", self.warning("k=\U0001F600\n".encode("utf-8")))
+    def test_json_of_a_file_equals_json_of_its_listing(self):
+        self.write(self.TRICKY, "tricky.ini")
+        for path in [os.path.join(self.directory, "tricky.ini")] + SAMPLES + CORPUS:
+            with self.subTest(os.path.basename(path)):
+                listing = self.run_tool(path)
+                self.assertRun(listing, 0)
+                listing.stdout.decode("ascii")
+                self.write(listing.stdout, "listing.ini")
+                self.assertEqual(self.sections("listing.ini"), self.sections(path))
+                self.assertRun(self.run_tool("--check", "listing.ini"), 0, b"")
+        self.assertGreater(len(CORPUS), 0)
 
-    def test_bytes_that_are_no_utf8(self):
-        self.assertIn("four-digit hexadecimal code", self.warning(b"k=\xe9\n"))
 
-    def test_no_warning_for_ascii_and_escapes(self):
-        self.assertEqual(self.warning(b"k=caf\\u00e9\n"), "")
+class Check(ToolTest):
+    """--check names each trap of the format by line, and only the traps."""
+
+    def test_findings(self):
+        rows = [  # name, file, the findings as (line, part of the message)
+            ("byte order mark", b"\xef\xbb\xbf[s]\nk = v\n", [(1, "byte order mark")]),
+            ("UTF-8 text", "k = caf\u00e9\nx = \u00e8\u00e9\n".encode(),
+             [(1, "write '\u00e9' as \\u00E9"), (2, "write '\u00e8' as \\u00E8")]),
+            ("above U+FFFF", "k = \U0001F600\n".encode(), [(1, "above U+FFFF")]),
+            ("bytes that are no UTF-8", b"k = \xe9\n", [(1, "no UTF-8")]),
+            ("key twice", b"[s]\nk = 1\n[t]\nk = 2\n[s]\nk = 3\n",
+             [(6, "key 'k' is given again in section 's' (first on line 2)")]),
+            ("lines counted across a continuation", b"a = 1\\\n  2\nk = x\nk = y\n",
+             [(4, "first on line 3")]),
+            ("text after ]", b"[s] x = 1\nk = v\n", [(1, "text after ']'")]),
+            ("trailing white space", b"k = v \t\nescaped = v\\ \nlong = a\\\n  b \n",
+             [(1, "value of 'k' ends in white space"), (4, "value of 'long'")]),
+            ("control escapes", b"k = a\\nb\\\\n\n[\\t]\nx = 1\n",
+             [(1, "'\\n' reads as the letter 'n'"), (2, "write \\u0009")]),
+            ("header without keys", b"[s]\n[t]\nk = v\nk = w\n[s]\n",
+             [(1, "section 's' has no key lines"), (4, "key 'k'"), (5, "section 's'")]),
+            ("continuation at the end", b"k = v\\", [(1, "continues it into the end")]),
+            ("nothing to find", b"# c\n[s]\na\\u0020b = c\\u00e9\n", []),
+        ]
+        for name, content, findings in rows:
+            with self.subTest(name):
+                self.write(content)
+                result = self.run_tool("--check", "in.ini")
+                self.assertRun(result, 1 if findings else 0)
+                lines = result.stdout.decode().splitlines()
+                self.assertEqual(len(lines), len(findings), lines)
+                for line, (number, fragment) in zip(lines, findings):
+                    self.assertTrue(line.startswith("in.ini:%d: " % number), line)
+                    self.assertIn(fragment, line)
 
 
-class CommandLine(unittest.TestCase):
-    """Wrong command lines exit with status 2 and a hint; --help exits with 0."""
+class Escape(ToolTest):
+    """--escape turns UTF-8 into the format's escapes, or writes nothing."""
 
-    def test_help(self):
-        result = run("--help")
-        self.assertEqual(result.returncode, 0)
-        self.assertIn(b"--get SECTION KEY", result.stdout)
+    def test_conversions(self):
+        rows = [  # name, file, exit status, output, error
+            ("ASCII stays", b"a = b\\=c # \\\\u0041\r\n", 0, b"a = b\\=c # \\\\u0041\r\n", b""),
+            ("UTF-8 and a byte order mark", b"\xef\xbb\xbf[caf\xc3\xa9]\nk = \\\xc3\xa8\n", 0,
+             b"[caf\\u00E9]\nk = \\u00E8\n", b""),
+            ("above U+FFFF", "a\nk = \U0001F600\n".encode(), 1, b"", b"in.ini:2:5: "),
+            ("bytes that are no UTF-8", b"k = \xe0\x80\xaf\n", 1, b"", b"in.ini:1:5: "),
+        ]
+        for name, content, status, stdout, stderr in rows:
+            with self.subTest(name):
+                self.write(content)
+                self.assertRun(self.run_tool("--escape", "in.ini"), status, stdout, stderr)
 
-    def test_wrong_command_lines(self):
-        for arguments in ((), ("--get", "s"), ("--bogus", SAMPLE), (SAMPLE, SAMPLE)):
-            result = run(*arguments)
-            self.assertEqual(result.returncode, 2, arguments)
-            self.assertIn(b"--help", result.stderr)
+    def test_escaped_text_reads_back_as_written(self):
+        self.write(b"\xef\xbb\xbf[s]\nk = caf\xc3\xa9\n")
+        self.write(self.run_tool("--escape", "in.ini").stdout, "escaped.ini")
+        result = self.run_tool("--get", "s", "k", "--raw", "escaped.ini", locale="C.UTF-8")
+        self.assertRun(result, 0, "caf\u00e9\n".encode())
 
 
 if __name__ == "__main__":

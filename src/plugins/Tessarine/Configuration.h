@@ -1,7 +1,8 @@
+#include "Tessarine/Constants.h"
+
 #ifndef TESSARINE_CONFIGURATION_H
 #define TESSARINE_CONFIGURATION_H
 
-#include "Tessarine/Constants.h"
 #include "Tessarine/String.h"
 #include "Tessarine/StringVector.h"
 

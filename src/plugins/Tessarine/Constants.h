@@ -1,6 +1,24 @@
 #ifndef TESSARINE_CONSTANTS_H
 #define TESSARINE_CONSTANTS_H
 
+// Every public header includes this one first, ahead of its own include guard. Below C++17 the
+// headers cannot compile, and the compiler would say so from deep inside them, many times over.
+// Instead it says so once, here, and the guards of all public headers are set, so that none of
+// them is read any further.
+#if defined(__cplusplus) && __cplusplus < 201703L
+#error "the Tessarine headers need C++17 or later (-std=c++17)"
+#define TESSARINE_CONFIGURATION_H
+#define TESSARINE_EXPRESSION_H
+#define TESSARINE_EXPRESSIONPOOL_H
+#define TESSARINE_INIFILEREADER_H
+#define TESSARINE_PLUGIN_H
+#define TESSARINE_STRING_H
+#define TESSARINE_STRINGVECTOR_H
+#define TESSARINE_TESSARINE_H
+#define TESSARINE_UNKNOWNSOFTWAREREPOSITORY_H
+#define TESSARINE_VECTORSTRING_H
+#endif
+
 #include <cstdint>
 
 /// Everything the shared object exports carries this mark; the library is built with hidden

@@ -1,7 +1,8 @@
+#include "Tessarine/Constants.h"
+
 #ifndef TESSARINE_EXPRESSION_H
 #define TESSARINE_EXPRESSION_H
 
-#include "Tessarine/Constants.h"
 #include "Tessarine/String.h"
 
 #include <utility>

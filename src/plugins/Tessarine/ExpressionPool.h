@@ -1,7 +1,8 @@
+#include "Tessarine/Constants.h"
+
 #ifndef TESSARINE_EXPRESSIONPOOL_H
 #define TESSARINE_EXPRESSIONPOOL_H
 
-#include "Tessarine/Constants.h"
 #include "Tessarine/Expression.h"
 #include "Tessarine/String.h"
 

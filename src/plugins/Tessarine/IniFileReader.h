@@ -1,7 +1,7 @@
+#include "Tessarine/Constants.h"
+
 #ifndef TESSARINE_INIFILEREADER_H
 #define TESSARINE_INIFILEREADER_H
-
-#include "Tessarine/Constants.h"
 
 #include <array>
 #include <cstdint>

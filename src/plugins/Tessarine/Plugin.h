@@ -1,7 +1,8 @@
+#include "Tessarine/Constants.h"
+
 #ifndef TESSARINE_PLUGIN_H
 #define TESSARINE_PLUGIN_H
 
-#include "Tessarine/Constants.h"
 #include "Tessarine/Expression.h"
 #include "Tessarine/ExpressionPool.h"
 #include "Tessarine/StringVector.h"

@@ -1,7 +1,7 @@
+#include "Tessarine/Constants.h"
+
 #ifndef TESSARINE_STRING_H
 #define TESSARINE_STRING_H
-
-#include "Tessarine/Constants.h"
 
 namespace Tessarine {
 

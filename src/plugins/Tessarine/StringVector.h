@@ -1,7 +1,8 @@
+#include "Tessarine/Constants.h"
+
 #ifndef TESSARINE_STRINGVECTOR_H
 #define TESSARINE_STRINGVECTOR_H
 
-#include "Tessarine/Constants.h"
 #include "Tessarine/String.h"
 
 namespace Tessarine {

@@ -1,11 +1,12 @@
+#include "Tessarine/Constants.h"
+
 #ifndef TESSARINE_TESSARINE_H
 #define TESSARINE_TESSARINE_H
 
 /// @file
-/// Umbrella header: every public class of the library.
+/// Umbrella header: every public class of the library, and its version.
 
 #include "Tessarine/Configuration.h"
-#include "Tessarine/Constants.h"
 #include "Tessarine/Expression.h"
 #include "Tessarine/ExpressionPool.h"
 #include "Tessarine/IniFileReader.h"
@@ -14,5 +15,6 @@
 #include "Tessarine/StringVector.h"
 #include "Tessarine/UnknownSoftwareRepository.h"
 #include "Tessarine/VectorString.h"
+#include "Tessarine/Version.h"
 
 #endif

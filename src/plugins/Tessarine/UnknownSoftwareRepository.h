@@ -1,7 +1,7 @@
+#include "Tessarine/Constants.h"
+
 #ifndef TESSARINE_UNKNOWNSOFTWAREREPOSITORY_H
 #define TESSARINE_UNKNOWNSOFTWAREREPOSITORY_H
-
-#include "Tessarine/Constants.h"
 
 namespace Tessarine {
 

@@ -1,7 +1,8 @@
+#include "Tessarine/Constants.h"
+
 #ifndef TESSARINE_VECTORSTRING_H
 #define TESSARINE_VECTORSTRING_H
 
-#include "Tessarine/Constants.h"
 #include "Tessarine/String.h"
 #include "Tessarine/StringVector.h"
 

@@ -1,0 +1,36 @@
+// A second plug-in for the host's tests. It makes one expression, `Same`, a synonym of
+// TextEquals, and advertises nothing: a host finds it only by asking each plug-in in turn, and
+// asks it last for the names that another plug-in advertises.
+
+#include "ComparisonPlugin.h"
+
+#include <new>
+#include <string_view>
+
+namespace {
+
+class SynonymPlugin : public TessarineExamples::ComparisonPlugin {
+protected:
+    int32_t onInitialize() override { return PLUGIN_OK; }
+
+    int32_t createExpression(wchar_t const* i_Name, Tessarine::Expression** o_Expression) override {
+        if (std::wstring_view(i_Name) != L"Same") {
+            report("the synonyms make only Same", true);
+            return PLUGIN_ERROR_EXPRESSION_NOT_FOUND;
+        }
+        return ComparisonPlugin::createExpression(L"TextEquals", o_Expression);
+    }
+};
+
+} // namespace
+
+// The entry points as a plug-in from outside this tree writes them (docs/writing-a-plugin.md).
+extern "C" __attribute__((visibility("default"))) Tessarine::Plugin*
+tessarine_example_create_plugin() {
+    return new (std::nothrow) SynonymPlugin; // null when it cannot be made: nothing may throw here
+}
+
+extern "C" __attribute__((visibility("default"))) void
+tessarine_example_destroy_plugin(Tessarine::Plugin* i_Plugin) {
+    delete i_Plugin; // deleted by the shared object that made it
+}
