@@ -14,7 +14,7 @@ if(INI_BENCH_INIH_FOUND AND INI_BENCH_SIMPLEINI_FOUND AND INI_BENCH_ICU_FOUND AN
     add_executable(ini_bench ${CMAKE_CURRENT_SOURCE_DIR}/ini_bench.cpp)
     # Debian's SimpleIni header has to be told which converter to use for its wide variants.
     target_compile_definitions(ini_bench PRIVATE SI_CONVERT_ICU)
-    target_link_libraries(ini_bench PRIVATE Tessarine::Tessarine PkgConfig::INI_BENCH_INIH
+    target_link_libraries(ini_bench PRIVATE Tessarine::Tessarine tessarine_support PkgConfig::INI_BENCH_INIH
                           PkgConfig::INI_BENCH_SIMPLEINI PkgConfig::INI_BENCH_ICU Boost::headers
                           tessarine_warnings)
 else()

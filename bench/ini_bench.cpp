@@ -21,6 +21,7 @@
 // rounds, and every figure is the median over the rounds, so that a noisy moment of a shared
 // machine hits all of them alike. The run fails when the readers disagree on sections, keys,
 // values or lookups. It ends with one table of IniFileReader's ratios to the others.
+#include <IniContent.h>
 #include <Tessarine/IniFileReader.h>
 
 #include <SimpleIni.h>
@@ -227,12 +228,9 @@ public:
     }
     void walk(Result& o_Result) {
         o_Result.sections = uint64_t(m_Reader->getSectionCount());
-        for (int s = 0; s < m_Reader->getSectionCount(); ++s) {
-            std::wstring const section = m_Reader->getSectionAt(s);
-            for (int k = 0; k < m_Reader->getKeyCount(section); ++k) {
-                std::wstring const key = m_Reader->getKeyAt(section, k);
-                m_Reader->getProperty(section, key, m_Value);
-                o_Result.contentHash += entryHash(section, key, m_Value);
+        for (auto const& section : TessarineSupport::readContent(*m_Reader)) {
+            for (auto const& entry : section.m_Entries) {
+                o_Result.contentHash += entryHash(section.m_Name, entry.m_Key, entry.m_Value);
                 ++o_Result.keys;
             }
         }

@@ -10,6 +10,8 @@
 #include "support/ScopedLocale.h"
 #include "support/Texts.h"
 
+#include <IniContent.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -141,10 +143,9 @@ Texts stateOf(IniFileReader& i_Reader, Texts const& i_Probes = {}) {
             state.push_back(i_Mark + i_Section + L'/' + i_Key + L'=' + value);
         }
     };
-    for (int s = 0; s < i_Reader.getSectionCount(); ++s) {
-        std::wstring const section = i_Reader.getSectionAt(s);
-        for (int k = 0; k < i_Reader.getKeyCount(section); ++k) {
-            add(L"", section, i_Reader.getKeyAt(section, k));
+    for (auto const& section : TessarineSupport::readContent(i_Reader)) {
+        for (auto const& entry : section.m_Entries) {
+            state.push_back(section.m_Name + L'/' + entry.m_Key + L'=' + entry.m_Value);
         }
     }
     for (std::size_t p = 0; p + 1 < i_Probes.size(); p += 2) {

@@ -3,6 +3,8 @@
 #include "support/AllocationCounter.h"
 #include "support/ScopedLocale.h"
 
+#include <IniContent.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -54,15 +56,11 @@ using Content =
 
 Content contentOf(IniFileReader& i_Reader) {
     Content content;
-    for (int s = 0; s < i_Reader.getSectionCount(); ++s) {
+    for (auto const& section : TessarineSupport::readContent(i_Reader)) {
         auto& keys =
-            content.emplace_back(i_Reader.getSectionAt(s), Content::value_type::second_type())
-                .second;
-        for (int k = 0; k < i_Reader.getKeyCount(content.back().first); ++k) {
-            std::wstring const key = i_Reader.getKeyAt(content.back().first, k);
-            std::wstring value;
-            EXPECT_EQ(i_Reader.getProperty(content.back().first, key, value), 1) << key;
-            keys.emplace_back(key, value);
+            content.emplace_back(section.m_Name, Content::value_type::second_type()).second;
+        for (auto const& entry : section.m_Entries) {
+            keys.emplace_back(entry.m_Key, entry.m_Value);
         }
     }
     return content;
