@@ -9,7 +9,6 @@
 #include <cwchar>
 #include <iostream>
 #include <locale>
-#include <mutex>
 #include <new>
 #include <typeinfo>
 #include <vector>
@@ -293,12 +292,12 @@ wchar_t char_2_wchar(char i_Byte) {
 // facet's answers are fixed when it is made, so while std::wcout keeps the same facet its table
 // serves again; a program that imbues std::wcout with another locale gets that locale's table.
 // The cache holds the facet's locale, which keeps the facet alive: no other facet can come to
-// its address.
+// its address. Each thread keeps its own, so loads on different threads share nothing and the
+// reader needs no lock.
 class WidenCache {
 public:
     void fill(std::locale const& i_Locale, std::ctype<wchar_t> const& i_Facet,
               std::array<wchar_t, 256>& o_Widen) {
-        std::lock_guard<std::mutex> const lock(m_Mutex);
         if (&i_Facet != m_Facet) {
             std::array<char, 256> bytes;
             for (unsigned value = 0; value < 256; ++value) {
@@ -312,7 +311,6 @@ public:
     }
 
 private:
-    std::mutex m_Mutex;
     std::locale m_Locale;
     std::ctype<wchar_t> const* m_Facet = nullptr;
     std::array<wchar_t, 256> m_Widen{};
@@ -324,7 +322,7 @@ void fillWidenTable(std::array<wchar_t, 256>& o_Widen) {
     std::locale const locale = std::wcout.getloc();
     auto const& facet = std::use_facet<std::ctype<wchar_t>>(locale);
     if (typeid(facet) == typeid(std::ctype<wchar_t>)) {
-        static WidenCache cache;
+        thread_local WidenCache cache;
         cache.fill(locale, facet, o_Widen);
         return;
     }
