@@ -1,10 +1,13 @@
-// Feeds arbitrary bytes to IniFileReader as a properties file, then walks the whole store
-// through the queries and checks that it is consistent. Any crash, leak, sanitizer report or
-// broken invariant is a finding.
+// Feeds arbitrary bytes to IniFileReader as a properties file, under the C locale and under
+// C.UTF-8, walks the whole store through the queries, checks that it is consistent and that it
+// holds what the plain model of the format reads from the same bytes. Any crash, leak,
+// sanitizer report, broken invariant or difference from the model is a finding.
 #include "IniContent.h"
+#include "IniModel.h"
 
 #include <Tessarine/IniFileReader.h>
 
+#include <clocale>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -34,8 +37,8 @@ void writeInput(uint8_t const* i_Data, size_t i_Size) {
 }
 
 /// Reads the whole store and checks it against the queries: every section has a key, every key
-/// a value, and the positions past either end give the empty string.
-void walk(Tessarine::IniFileReader& io_Reader) {
+/// a value, and the positions past either end give the empty string. Gives the store.
+std::vector<TessarineSupport::IniSection> walk(Tessarine::IniFileReader& io_Reader) {
     std::vector<TessarineSupport::IniSection> const sections =
         TessarineSupport::readContent(io_Reader);
     check(io_Reader.getSectionAt(-1).empty());
@@ -49,6 +52,7 @@ void walk(Tessarine::IniFileReader& io_Reader) {
             check(io_Reader.getProperty(section.m_Name, entry.m_Key, value) == 1);
         }
     }
+    return sections;
 }
 
 } // namespace
@@ -66,9 +70,14 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* i_Data, size_t i_Size) {
     writeInput(i_Data, i_Size);
     std::wstring const path(g_Path.begin(), g_Path.end());
-    Tessarine::IniFileReader reader(path.c_str());
-    walk(reader);
+    std::string const bytes(reinterpret_cast<char const*>(i_Data), i_Size);
+    // White space follows LC_CTYPE, and the reader samples it at every load.
+    for (char const* locale : {"C", "C.UTF-8"}) {
+        check(std::setlocale(LC_ALL, locale) != nullptr);
+        Tessarine::IniFileReader reader(path.c_str());
+        check(TessarineFuzz::sameContent(walk(reader), TessarineFuzz::modelOf(bytes, reader)));
+    }
     // The decoder on its own, on text the scanner would have cut into pieces.
-    reader.unescape(std::string(reinterpret_cast<char const*>(i_Data), i_Size));
+    Tessarine::IniFileReader(L"").unescape(bytes);
     return 0;
 }

@@ -5,11 +5,10 @@
 // blocks taken and given back.
 //
 // Every allocation of the process is seen: the library's, the standard library's (operator
-// new calls malloc) and the program's own. Normally this header puts its own malloc, calloc,
-// aligned_alloc, realloc and free in front of glibc's. Under AddressSanitizer, which owns the
-// allocator, it counts through the sanitizer's allocation hooks instead, and no allocation can
-// be made to fail: TESSARINE_ALLOCATION_FAILURES is 0 then. Include it in exactly one source
-// file of a program.
+// new calls malloc) and the program's own, through a malloc, calloc, aligned_alloc, realloc
+// and free of its own in front of glibc's. Under AddressSanitizer, which owns the allocator,
+// nothing is counted and TESSARINE_ALLOCATION_FAILURES is 0: tests that need it skip. Include it
+// in exactly one source file of a program.
 
 #include <cstddef>
 
@@ -126,22 +125,6 @@ void free(void* i_Block) noexcept {
     __libc_free(i_Block);
 }
 }
-#else
-extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*i_MallocHook)(void const volatile*,
-                                                                              std::size_t),
-                                                         void (*i_FreeHook)(void const volatile*));
-
-namespace TessarineTest {
-
-// Counts and tracks every block the sanitizer hands out and takes back.
-inline int const g_AllocationHooks = __sanitizer_install_malloc_and_free_hooks(
-    [](void const volatile* i_Block, std::size_t) {
-        g_AllocationWatch.failNow();
-        g_AllocationWatch.taken(i_Block);
-    },
-    [](void const volatile* i_Block) { g_AllocationWatch.givenBack(i_Block); });
-
-} // namespace TessarineTest
 #endif
 
 #endif
