@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <random>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -76,33 +75,6 @@ TEST(VectorStringTest, ElementsGiveTheEscapedTextAndItReadsBackAsThem) {
     (odd += "a,b") += static_cast<char const*>(nullptr);
     EXPECT_EQ(std::wstring(odd.append("c,d")), L",a\\,b,,c,d");
     expectHolds(odd, {L"", L"a,b", L"", L"c", L"d"});
-}
-
-// Random lists over an alphabet rich in separators and escapes: whatever is added with +=
-// comes back from toVector, and survives both ways of appending.
-TEST(VectorStringTest, RandomListsRoundTrip) {
-    std::mt19937 random(20261122);
-    std::wstring const alphabet = L"ab,\\ \u00e9";
-    auto randomElements = [&] {
-        Texts elements(1 + random() % 6);
-        for (std::wstring& element : elements) {
-            for (auto size = random() % 7; size > 0; --size) {
-                element += alphabet[random() % alphabet.size()];
-            }
-        }
-        return elements;
-    };
-    for (int round = 0; round < 3000; ++round) {
-        Texts const first = randomElements(), second = randomElements();
-        VectorString list = listOf(first);
-        SCOPED_TRACE(std::wstring(list));
-        expectHolds(list, first);
-        expectParsed(list, elementsOf(list));
-
-        Texts joined = first;
-        joined.insert(joined.end(), second.begin(), second.end());
-        expectHolds(list.append(listOf(second)), joined);
-    }
 }
 
 // The operators that hold between the two, in the order == != < <= > >=.
