@@ -47,7 +47,7 @@ void leaseCycle(benchmark::State& io_State) {
     }
     io_State.counters["allocs/cycle"] = benchmark::Counter(
         static_cast<double>(allocations) / static_cast<double>(io_State.iterations()));
-    if (plugin.m_Calls.m_CreateExpression != io_State.range(0)) {
+    if (plugin.m_Created != io_State.range(0)) {
         io_State.SkipWithError("a lease reached the factory");
     }
     plugin.cleanup();

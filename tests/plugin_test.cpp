@@ -33,7 +33,7 @@ TEST(LeaseTest, ReturnedInstanceIsReusedWithoutTheFactoryAndWithoutProperties) {
     ASSERT_EQ(plugin.disposeExpression(first), PLUGIN_OK);
     EXPECT_EQ(first->m_PropertiesAtDispose, 2U) << "onDispose runs before the properties go";
     EXPECT_EQ(lease(plugin, L"x"), first);
-    EXPECT_EQ(plugin.m_Calls.m_CreateExpression, 2);
+    EXPECT_EQ(plugin.m_Created, 2);
     EXPECT_EQ(first->dump(), L"");
 }
 
@@ -71,20 +71,20 @@ TEST(LeaseTest, FailedLeasesReportAndLeaveThePoolAlone) {
     EXPECT_TRUE(plugin.m_PlacesWereNull) << "the factory always finds the place null";
 
     // An instance given back is disposed before the pool is asked, so also when it refuses.
-    RecordingExpression foreign(&plugin.m_Calls);
+    RecordingExpression foreign(&plugin.m_Disposals);
     foreign.setProperty(L"p", L"1");
     EXPECT_EQ(plugin.disposeExpression(nullptr), PLUGIN_ERROR_INVALID_ARGUMENT);
     EXPECT_EQ(plugin.disposeExpression(&foreign), PLUGIN_ERROR_EXPRESSION_NOT_FOUND);
     EXPECT_EQ(foreign.dump(), L"");
     EXPECT_EQ(plugin.disposeExpression(y), PLUGIN_ERROR_EXPRESSION_STATE);
-    EXPECT_EQ(plugin.m_Calls.m_OnDispose, 3);
+    EXPECT_EQ(plugin.m_Disposals, 3);
 
     // Through all of it "y" stayed free, "x" leased, and nothing else entered the pool.
     plugin.m_Factory = nullptr;
     EXPECT_EQ(lease(plugin, L"y"), y);
     EXPECT_EQ(plugin.disposeExpression(x), PLUGIN_OK);
     plugin.destroyExpressions();
-    EXPECT_EQ(plugin.m_Calls.m_DestroyExpression, 2);
+    EXPECT_EQ(plugin.m_Destroyed, 2);
 }
 
 TEST(LifecycleTest, CleanupDestroysLeasedAndFreeInstancesAfterOnCleanupWithoutDisposing) {
@@ -95,15 +95,15 @@ TEST(LifecycleTest, CleanupDestroysLeasedAndFreeInstancesAfterOnCleanupWithoutDi
     ASSERT_EQ(plugin.disposeExpression(lease(plugin, L"y")), PLUGIN_OK);
     plugin.cleanup();
     EXPECT_EQ(plugin.m_DestroyedAtCleanup, 0) << "onCleanup runs while the pool is whole";
-    EXPECT_EQ(plugin.m_Calls.m_DestroyExpression, 2);
-    EXPECT_EQ(plugin.m_Calls.m_OnDispose, 1);
+    EXPECT_EQ(plugin.m_Destroyed, 2);
+    EXPECT_EQ(plugin.m_Disposals, 1) << "cleanup disposes nothing";
     EXPECT_TRUE(plugin.m_Live.empty());
 
     // The plug-in stays usable; destroyExpressions alone skips onCleanup.
     lease(plugin, L"x");
     plugin.destroyExpressions();
-    EXPECT_EQ(plugin.m_Calls.m_OnCleanup, 1);
-    EXPECT_EQ(plugin.m_Calls.m_DestroyExpression, 3);
+    EXPECT_EQ(plugin.m_Cleanups, 1);
+    EXPECT_EQ(plugin.m_Destroyed, 3);
 }
 
 TEST(AdvertisedNamesTest, ListsEveryAddedNameInOrderAndIsThePluginsOwn) {

@@ -17,28 +17,20 @@
 
 namespace TessarineTest {
 
-/// Calls of the pure operations of one plug-in and of the expressions it created.
-struct CallCounts {
-    int m_OnCleanup = 0;
-    int m_CreateExpression = 0;
-    int m_DestroyExpression = 0;
-    int m_OnDispose = 0;
-};
-
 /// An expression that records what its onDispose() saw.
 class RecordingExpression : public Tessarine::Expression {
 public:
-    /// `i_Counts` (may be null) receives the onDispose() calls, for the plug-in's tally.
-    explicit RecordingExpression(CallCounts* i_Counts = nullptr) : m_Counts(i_Counts) {}
+    /// `i_Disposals` (may be null) counts the onDispose() calls, for the plug-in's tally.
+    explicit RecordingExpression(int* i_Disposals = nullptr) : m_Disposals(i_Disposals) {}
 
     wchar_t const* getName() override { return L"recording"; }
     int32_t evaluate() override { return PLUGIN_OK; }
     wchar_t const* getResult() override { return PLUGIN_RESULT_TRUE; }
     void onDispose() override {
-        m_PropertiesAtDispose = m_Properties.size();
-        if (m_Counts != nullptr) {
-            ++m_Counts->m_OnDispose;
+        if (m_Disposals != nullptr) {
+            ++*m_Disposals;
         }
+        m_PropertiesAtDispose = m_Properties.size();
     }
 
     /// Every property in the order the expression keeps them, as "name=value;", the value as
@@ -46,19 +38,18 @@ public:
     std::wstring dump() {
         std::wstring text;
         for (Property const& property : m_Properties) {
-            wchar_t const* const name = property.first;
-            wchar_t const* const value = getProperty(name);
-            text += std::wstring(name) + L"=" + (value != nullptr ? value : L"<null>") + L";";
+            wchar_t const* const value = getProperty(property.first);
+            text +=
+                std::wstring(property.first) + L"=" + (value != nullptr ? value : L"<null>") + L";";
         }
         return text;
     }
     std::size_t propertyCapacity() const { return m_Properties.capacity(); }
 
-    /// How many properties onDispose() saw the last time it ran.
     std::size_t m_PropertiesAtDispose = 0;
 
 private:
-    CallCounts* m_Counts;
+    int* m_Disposals;
 };
 
 /// Creates a RecordingExpression for any name unless `m_Factory` says otherwise, and deletes
@@ -71,14 +62,17 @@ public:
     wchar_t const* getDescription() override { return L"Counts the calls of the frame"; }
     wchar_t const* getVendor() override { return L"Tessarine tests"; }
 
-    CallCounts m_Calls;
+    int m_Created = 0;
+    int m_Destroyed = 0;
+    int m_Cleanups = 0;
+    int m_Disposals = 0;
     /// What onInitialize() returns.
     int32_t m_InitializeResult = PLUGIN_OK;
     /// Stands in for the default factory while set; its result is what createExpression gives.
     std::function<int32_t(wchar_t const*, Tessarine::Expression**)> m_Factory;
     /// False once createExpression() found a place that was not null.
     bool m_PlacesWereNull = true;
-    /// The destroyExpression() count when onCleanup() last ran.
+    /// The m_Destroyed count when onCleanup() last ran.
     int m_DestroyedAtCleanup = -1;
     /// The instances this plug-in created and has not destroyed yet, owned until then.
     std::map<Tessarine::Expression*, std::unique_ptr<Tessarine::Expression>> m_Live;
@@ -86,22 +80,22 @@ public:
 protected:
     int32_t onInitialize() override { return m_InitializeResult; }
     void onCleanup() override {
-        ++m_Calls.m_OnCleanup;
-        m_DestroyedAtCleanup = m_Calls.m_DestroyExpression;
+        ++m_Cleanups;
+        m_DestroyedAtCleanup = m_Destroyed;
     }
     int32_t createExpression(wchar_t const* i_Name, Tessarine::Expression** o_Expression) override {
-        ++m_Calls.m_CreateExpression;
+        ++m_Created;
         m_PlacesWereNull = m_PlacesWereNull && *o_Expression == nullptr;
         if (m_Factory) {
             return m_Factory(i_Name, o_Expression);
         }
-        auto expression = std::make_unique<RecordingExpression>(&m_Calls);
+        auto expression = std::make_unique<RecordingExpression>(&m_Disposals);
         *o_Expression = expression.get();
         m_Live.emplace(*o_Expression, std::move(expression));
         return PLUGIN_OK;
     }
     void destroyExpression(Tessarine::Expression* i_Expression) override {
-        ++m_Calls.m_DestroyExpression;
+        ++m_Destroyed;
         m_Live.erase(i_Expression);
     }
 };
