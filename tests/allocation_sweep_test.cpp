@@ -214,10 +214,6 @@ Scenario const SCENARIOS[] = {
                        std::optional<StringVector> copy,
                        copy.emplace(source), copy ? textsOf(*copy) : Texts{NONE}),
      someDropped},
-    {"VectorAssign", RUN(StringVector const source = vectorOf({L"the first", L"second", L"third"});
-                         StringVector target = vectorOf({L"t"}),
-                         target = source, textsOf(target)),
-     someDropped},
     {"VectorSort", RUN(StringVector v = vectorOf({L"c", L"\u00E9", L"a"}),
                        v.sort(false), textsOf(v))},
     {"ListAdd", RUN(VectorString list; list += L"a", list += L"b,c", stateOf(list)), keptSoFar},
@@ -239,11 +235,6 @@ Scenario const SCENARIOS[] = {
     {"LeaseNew", RUN(RecordingPlugin plugin; Expression* e = nullptr; int result = 1,
                      result = plugin.getExpression(L"x", &e),
                      Texts{std::to_wstring(result)} + std::to_wstring(plugin.m_Live.size()))},
-    {"LeasePooled", RUN(RecordingPlugin plugin; Expression* e = nullptr;
-                        plugin.getExpression(L"x", &e); plugin.disposeExpression(e),
-                        plugin.getExpression(L"x", &e),
-                        Texts{std::to_wstring(plugin.m_Live.size())}),
-     nullptr, false},
     {"Dispose", RUN(RecordingPlugin plugin; Expression* e = nullptr;
                     plugin.getExpression(L"x", &e); e->setProperty(L"p", L"1"),
                     plugin.disposeExpression(e),
@@ -254,7 +245,6 @@ Scenario const SCENARIOS[] = {
                     plugin.cleanup(), Texts{std::to_wstring(plugin.m_Live.size())}),
      nullptr, false},
     {"RegistryGet", RUN(std::optional<SweptSet> set, set.emplace(), registered())},
-    {"RegistryCleanup", RUN(SweptSet set, Configuration::cleanup(L"swept"), registered())},
     {"ConfigurationSet", RUN(SweptSet set; set->setProperty(L"k", L"a"),
                              set->setProperty(L"k", L"a longer one"),
                              set.values())},

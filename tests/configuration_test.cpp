@@ -4,18 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <utility>
-#include <vector>
-
 using Tessarine::Configuration;
 using Tessarine::String;
 using Tessarine::StringVector;
+using TessarineTest::Texts;
 
 namespace {
-
-using TessarineTest::Texts;
-Texts const NONE;
 
 // The values of the key through getProperties, checked against the other two readers:
 // getProperty gives the first of them (or empty text and "not found"), the count their number.
@@ -38,22 +32,19 @@ TEST(ConfigurationTest, OneSetPerNameUntilItsCleanup) {
     ASSERT_EQ(Configuration::get(std::wstring(L"a set").c_str(), other), PLUGIN_OK);
     EXPECT_EQ(other, set);
     ASSERT_EQ(Configuration::get(L"", other), PLUGIN_OK);
-    EXPECT_NE(other, nullptr);
     EXPECT_NE(other, set);
-
-    std::size_t const registered = Configuration::m_Configurations.size();
     EXPECT_EQ(Configuration::get(nullptr, other), PLUGIN_ERROR_INVALID_ARGUMENT);
     EXPECT_EQ(other, nullptr);
     EXPECT_EQ(Configuration::cleanup(nullptr), PLUGIN_ERROR_INVALID_ARGUMENT);
-    EXPECT_EQ(Configuration::m_Configurations.size(), registered);
-
     set->setProperty(L"k", L"v");
     for (wchar_t const* name : {L"a set", L"a set", L"", L"never created"}) {
         EXPECT_EQ(Configuration::cleanup(name), PLUGIN_OK) << name;
-        EXPECT_EQ(Configuration::m_Configurations.count(name), 0U) << name;
     }
+    EXPECT_EQ(Configuration::m_Configurations.count(L"a set") +
+                  Configuration::m_Configurations.count(L""),
+              0U);
     ASSERT_EQ(Configuration::get(L"a set", set), PLUGIN_OK);
-    EXPECT_EQ(valuesOf(*set, L"k"), NONE);
+    EXPECT_EQ(valuesOf(*set, L"k"), Texts{}) << "a set made again starts empty";
     EXPECT_EQ(Configuration::cleanup(L"a set"), PLUGIN_OK);
 }
 
@@ -69,10 +60,12 @@ TEST(ConfigurationTest, ValuesOfAKeyStandInTheOrderSet) {
     for (auto const& [key, value] : settings) {
         EXPECT_EQ(set->setProperty(key, value), PLUGIN_OK);
     }
-    EXPECT_EQ(valuesOf(*set, L"k"), (Texts{L"a", L"b", L"a"}));
-    std::pair<wchar_t const*, Texts> const others[] = {
-        {L"kk", {L"y", L"w"}}, {L"", {L"z"}}, {L"empty", {L""}}, {L"missing", NONE}};
-    for (auto const& [key, values] : others) {
+    std::pair<wchar_t const*, Texts> const expected[] = {{L"k", {L"a", L"b", L"a"}},
+                                                         {L"kk", {L"y", L"w"}},
+                                                         {L"", {L"z"}},
+                                                         {L"empty", {L""}},
+                                                         {L"missing", {}}};
+    for (auto const& [key, values] : expected) {
         EXPECT_EQ(valuesOf(*set, key), values) << '"' << key << '"';
     }
 }

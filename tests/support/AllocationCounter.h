@@ -5,10 +5,10 @@
 // blocks taken and given back.
 //
 // Every allocation of the process is seen: the library's, the standard library's (operator
-// new calls malloc) and the program's own, through a malloc, calloc, aligned_alloc, realloc
-// and free of its own in front of glibc's. Under AddressSanitizer, which owns the allocator,
-// nothing is counted and TESSARINE_ALLOCATION_FAILURES is 0: tests that need it skip. Include it
-// in exactly one source file of a program.
+// new calls malloc) and the program's own, through a malloc, calloc, realloc and free of its
+// own in front of glibc's. Under AddressSanitizer, which owns the allocator, nothing is counted
+// and TESSARINE_ALLOCATION_FAILURES is 0: tests that need it skip. Include it in exactly one
+// source file of a program.
 
 #include <cstddef>
 
@@ -89,7 +89,6 @@ extern "C" {
 void* __libc_malloc(std::size_t i_Size);
 void* __libc_calloc(std::size_t i_Count, std::size_t i_Size);
 void* __libc_realloc(void* i_Block, std::size_t i_Size);
-void* __libc_memalign(std::size_t i_Alignment, std::size_t i_Size);
 void __libc_free(void* i_Block);
 
 namespace {
@@ -105,12 +104,6 @@ void* malloc(std::size_t i_Size) noexcept {
 void* calloc(std::size_t i_Count, std::size_t i_Size) noexcept {
     return TessarineTest::g_AllocationWatch.failNow() ? nullptr
                                                       : tracked(__libc_calloc(i_Count, i_Size));
-}
-// What operator new uses for over-aligned types and std::pmr's default resource.
-void* aligned_alloc(std::size_t i_Alignment, std::size_t i_Size) noexcept {
-    return TessarineTest::g_AllocationWatch.failNow()
-               ? nullptr
-               : tracked(__libc_memalign(i_Alignment, i_Size));
 }
 // Growing a block keeps the balance; only a new one (from null) adds to it.
 void* realloc(void* i_Block, std::size_t i_Size) noexcept {
