@@ -1,106 +1,116 @@
-"""Tests of tessarine-example-host, run as a program: one golden run on the shipped sample, the
-order in which the plug-ins are asked, and a table of broken input.
+# Tests of tessarine-example-host, run as a program: the golden files (each *.ini against its
+# .expected), the order in which the plug-ins are asked, broken input and an interrupt. The build
+# passes the host, the two plug-ins, the library (a shared object that is no plug-in), the shipped
+# sample and the golden directory through the environment.
 
-The build passes the host, the comparison plug-in, a second plug-in, a directory with a shared
-object that is no plug-in, and the examples' source directory through the environment.
-"""
+import glob, os, pathlib, shutil, signal, subprocess, tempfile, time, unittest  # noqa: E401
 
-import os
-import subprocess
-import tempfile
-import unittest
+HOST, PLUGIN, SYNONYMS, LIBRARY, SAMPLE, GOLDEN = (os.environ["EXAMPLE_" + name] for name in (
+    "HOST", "PLUGIN", "SYNONYMS", "LIBRARY", "SAMPLE", "GOLDEN"))
 
-HOST = os.environ.get("EXAMPLE_HOST", "")
-PLUGIN = os.environ.get("EXAMPLE_PLUGIN", "")
-SYNONYMS = os.environ.get("EXAMPLE_SYNONYMS", "")
-NO_FACTORY = os.environ.get("EXAMPLE_NO_FACTORY", "")
-SAMPLE = os.path.join(os.environ.get("EXAMPLE_SOURCES", ""), "sample.ini")
+
+# Waits up to 30 s for the process to install its SIGINT handler (SigCgt: the caught signals).
+def await_sigint_handler(pid):
+    for _ in range(3000):
+        with open(f"/proc/{pid}/status", encoding="ascii") as status:
+            if int(status.read().split("SigCgt:")[1].split()[0], 16) & 1 << signal.SIGINT - 1:
+                return
+        time.sleep(0.01)
 
 
 class Host(unittest.TestCase):
     def setUp(self):
-        directory = tempfile.TemporaryDirectory()
-        self.addCleanup(directory.cleanup)
-        self.directory = directory.name
+        self.directory = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, self.directory)
 
     def path(self, name, content=None):
         path = os.path.join(self.directory, name)
         if content is not None:
-            with open(path, "w", encoding="ascii") as file:
-                file.write(content)
+            pathlib.Path(path).write_text(content, encoding="ascii")
         return path
 
+    # A plug-in directory of links (name, library); the host loads them in name order.
     def plugins(self, name, *links):
-        """A plug-in directory of links (name, library); the host loads them in name order."""
         os.mkdir(self.path(name))
         for link, library in links:
             os.symlink(library, self.path(os.path.join(name, link)))
         return self.path(name)
 
-    def run_host(self, *arguments, plugins=None):
-        plugins = plugins or os.path.dirname(PLUGIN)
-        return subprocess.run([HOST, "--plugins", plugins, *arguments], capture_output=True,
-                              text=True, timeout=60, check=False)
+    def run_host(self, file, plugins=None, *options):
+        return subprocess.run([HOST, "--plugins", plugins or os.path.dirname(PLUGIN), *options,
+                               file], capture_output=True, text=True, timeout=60, check=False)
 
-    def test_sample_gives_the_expected_results(self):
-        result = self.run_host(SAMPLE)
-        self.assertEqual((result.returncode, result.stderr), (0, ""))
-        with open(os.path.splitext(SAMPLE)[0] + ".expected", encoding="ascii") as expected:
-            self.assertEqual(result.stdout, expected.read())
+    def test_golden_files_give_the_expected_results(self):
+        files = [SAMPLE, *sorted(glob.glob(os.path.join(GOLDEN, "*.ini")))]
+        self.assertGreater(len(files), 1, "no golden file in " + GOLDEN)
+        for file in files:
+            with self.subTest(os.path.basename(file)):
+                run = self.run_host(file)
+                expected = pathlib.Path(file).with_suffix(".expected").read_text(encoding="ascii")
+                self.assertEqual((run.returncode, run.stderr, run.stdout), (0, "", expected))
 
     def test_advertisers_are_asked_first_then_each_plugin_in_turn(self):
         path = self.path("two.ini", "[t]\nexpression = TextEquals\nleft = a\nright = a\n"
                                     "[s]\nexpression = Same\nleft = a\nright = b\n")
-        rows = [  # name, plug-in directory, refusals on the way
-            ("advertiser first", self.plugins("ad", ("a.so", SYNONYMS), ("b.so", PLUGIN)), 0),
-            ("in turn", self.plugins("turn", ("a.so", PLUGIN), ("b.so", SYNONYMS)), 1),
-        ]
-        for name, plugins, refusals in rows:
+        # name, the plug-in loaded first, the one loaded second, refusals on the way
+        for name, first, second, refusals in [("advertiser first", SYNONYMS, PLUGIN, 0),
+                                              ("in turn", PLUGIN, SYNONYMS, 1)]:
             with self.subTest(name):
-                result = self.run_host("--verbose", path, plugins=plugins)
-                self.assertEqual(result.returncode, 0, result.stderr)
-                self.assertEqual(result.stdout, "[t] TextEquals(left=a, right=a) = true\n"
-                                                "[s] TextEquals(left=a, right=b) = false\n")
-                self.assertEqual(result.stderr.count("plug-in failure"), refusals)
+                plugins = self.plugins(name, ("a.so", first), ("b.so", second))
+                run = self.run_host(path, plugins, "--verbose")
+                self.assertEqual((run.returncode, run.stdout),
+                                 (0, "[t] TextEquals(left=a, right=a) = true\n"
+                                     "[s] TextEquals(left=a, right=b) = false\n"), run.stderr)
+                self.assertEqual(run.stderr.count("plug-in failure"), refusals)
 
     def test_broken_input_ends_with_one_line_that_names_the_culprit(self):
         good = "[good]\nexpression = TextEquals\nleft = a\nright = a\n"
-        rows = [  # name, file, plug-in directory, exit status, output, parts of the message
-            ("missing file", self.path("none.ini"), None, 1, "",
-             ["cannot open", "none.ini: No such file or directory"]),
-            ("directory instead of a file", self.directory, None, 1, "", ["Is a directory"]),
-            ("file without key lines", self.path("empty.ini", "# comment\n[empty]\n"), None, 1,
-             "", ["empty.ini", "no key line"]),
-            ("no plug-in in the directory", SAMPLE, self.plugins("none"), 1, "",
-             ["no plug-in (*.so) in"]),
-            ("missing plug-in directory", SAMPLE, self.path("gone"), 1, "",
-             ["cannot open plug-in directory", "gone"]),
-            ("shared object without the factory", SAMPLE, NO_FACTORY, 1, "",
-             ["not-a-plugin.so", "tessarine_example_create_plugin"]),
-            ("file that is no shared object", SAMPLE,
-             self.plugins("fake", ("fake.so", self.path("fake.so", "not machine code\n"))), 1, "",
-             ["cannot load plug-in", "fake.so"]),
-            ("expression that no plug-in makes",
-             self.path("odd.ini", good + "[odd]\nexpression = VersionMore\n"), None, 1,
-             "[good] TextEquals(left=a, right=a) = true\n",
-             ["[odd]", "no plug-in leases expression 'VersionMore'", "comparisons: code -10002",
-              "no expression named 'VersionMore'"]),
-            ("section without expression", self.path("lonely.ini", "[lonely]\nleft = 1\n"), None,
-             1, "", ["[lonely]", "names no expression"]),
-            ("input that is no version number",
-             self.path("v.ini", "[v]\nexpression = VersionLess\nleft = 1.x\nright = 2\n"), None,
-             1, "", ["[v]", "VersionLess failed with code -101", "'1.x' is not a version number"]),
-            ("wrong command line", "--bogus", None, 2, "", ["--bogus"]),
+        less = "[v]\nexpression = VersionLess\n"
+        rows = [  # name, exit status, output, part of the message, file[, plug-in directory]
+            ("missing file", 1, "", "none.ini: No such file or directory", self.path("none.ini")),
+            ("directory instead of a file", 1, "", ": Is a directory", self.directory),
+            ("file without key lines", 1, "", "e.ini asks for no", self.path("e.ini", "[e]\n")),
+            ("no plug-in in the directory", 1, "", "no plug-in (*.so) in", SAMPLE,
+             self.plugins("none")),
+            ("missing plug-in directory", 1, "", "plug-in directory", SAMPLE, self.path("gone")),
+            ("shared object without the factory", 1, "", "lib.so is no example plug-in", SAMPLE,
+             self.plugins("lib", ("lib.so", LIBRARY))),
+            ("file that is no shared object", 1, "", "cannot load plug-in", SAMPLE,
+             self.plugins("fake", ("fake.so", SAMPLE))),
+            ("expression that no plug-in makes", 1, "[good] TextEquals(left=a, right=a) = true\n",
+             "[odd]: no plug-in leases expression 'VersionMore'; comparisons: code -10002 (no "
+             "expression named 'VersionMore')",
+             self.path("odd.ini", good + "[odd]\nexpression = VersionMore\n")),
+            ("section without expression", 1, "", "[lonely]: names no expression",
+             self.path("lonely.ini", "[lonely]\nleft = 1\n")),
+            ("section without right", 1, "", "code -10100 (TextEquals: needs the properties left",
+             self.path("half.ini", good.replace("right = a\n", ""))),
+            ("left with a sign", 1, "", "[v]: VersionLess failed with code -101 (VersionLess: '-1'"
+             " is not a version number)", self.path("sign.ini", less + "left = -1\nright = 2\n")),
+            ("right with an empty part", 1, "", "'1..2' is not a version number",
+             self.path("part.ini", less + "left = 1\nright = 1..2\n")),
+            ("wrong command line", 2, "", "unexpected argument --bogus", "--bogus"),
         ]
-        for name, file, plugins, status, stdout, fragments in rows:
+        for name, status, stdout, fragment, *arguments in rows:
             with self.subTest(name):
-                result = self.run_host(file, plugins=plugins)
-                self.assertEqual((result.returncode, result.stdout), (status, stdout),
-                                 result.stderr)
-                self.assertEqual(len(result.stderr.splitlines()), 1 if status == 1 else 2)
-                for fragment in fragments:
-                    self.assertIn(fragment, result.stderr)
+                run = self.run_host(*arguments)
+                self.assertEqual((run.returncode, run.stdout), (status, stdout), run.stderr)
+                self.assertEqual(len(run.stderr.splitlines()), 1 if status == 1 else 2)
+                self.assertIn(fragment, run.stderr)
 
+    def test_interrupt_stops_a_comparison_between_its_steps(self):
+        # The file is a pipe that the test holds open, so the host evaluates only after SIGINT.
+        for expression in ("VersionLess", "TextInList"):
+            with self.subTest(expression):
+                os.mkfifo(pipe := self.path(expression + ".ini"))
+                writer = os.open(pipe, os.O_RDWR)
+                os.write(writer, f"[s]\nexpression = {expression}\nleft = 1\nright = 1\n".encode())
+                host = subprocess.Popen([HOST, "--plugins", os.path.dirname(PLUGIN), pipe],
+                                        stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+                await_sigint_handler(host.pid)
+                host.send_signal(signal.SIGINT)
+                os.close(writer)
+                self.assertEqual(host.communicate(timeout=60)[0],
+                                 "tessarine-example-host: interrupted\n")
+                self.assertEqual(host.returncode, 130)
 
-if __name__ == "__main__":
-    unittest.main()
