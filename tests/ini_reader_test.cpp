@@ -117,6 +117,10 @@ std::vector<FileCase> const FILE_CASES = {
     {"RepeatedKeys", "a=1\n[s]\nb=2\na=3\n[t]\n[s]\nc=4\nb=5\n", L"[]a|1;[s]b|5;a|3;c|4;"},
     {"PositionOfFirstKey", "[t]\n[u]\nk=1\n[t]\nk=2\n", L"[u]k|1;[t]k|2;"},
     {"DecodedNames", "[a\\u0062]\nk=1\n[ab]\n\\k=2\nj=3\n", L"[ab]k|2;j|3;"},
+    {"FirstCharacterAbove255", "k=\\u0100", L"[]k|\x100;"},
+    // "beah" and "cu1r" share their hash, and ten keys are found through the hash index.
+    {"HashCollision", "a=1\nb=1\nc=1\nd=1\ne=1\nf=1\ng=1\nh=1\nbeah=1\ncu1r=2",
+     L"[]a|1;b|1;c|1;d|1;e|1;f|1;g|1;h|1;beah|1;cu1r|2;"},
     {"NulInNames", "[a]\nk=1\n[a\\u0000]\nk=2\n[a\\u0000b]\nk=3", L"[a]k|1;[a\0]k|2;[a\0b]k|3;"s},
 };
 

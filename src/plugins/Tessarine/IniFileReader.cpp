@@ -200,10 +200,8 @@ bool IniFileReader::get_line(std::string_view& o_Line) {
     m_Line.assign(row.data(), row.size() - 1);
     while (get_row(row)) {
         row.remove_prefix(skipSpace(row, 0, m_ByteClasses));
-        if (row.empty()) {
-            break;
-        }
         m_Line += row;
+        // An empty row has no backslash at its end, so it ends the line too.
         if (backslashesBefore(row, row.size()) % 2 == 0) {
             break;
         }
