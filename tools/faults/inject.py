@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+"""Injects single faults into the library, one at a time, and tells which ones the tests catch.
+
+usage: tools/faults/inject.py [-h] [--list] [--sanitize] [--faults FILE] [--work DIR] [NAME ...]
+
+Each fault replaces one snippet of a source with another (a flipped comparison, a dropped
+statement, ...). The tracked files are copied into a work directory, built once (Debug, or under
+AddressSanitizer with --sanitize), then for each fault: the fault goes in, the build is brought
+up to date, CTest runs every test but the install and memcheck ones, and the fault comes out.
+NAMEs pick faults by name; the default is all of FILE (tools/faults/library.py).
+
+Exit status: 0 when every fault was caught, 1 when one was missed, 2 on a bad fault or a
+failing build or test run without any fault.
+"""
+
+import argparse
+import pathlib
+import shutil
+import subprocess
+import sys
+import time
+
+TOP = pathlib.Path(__file__).resolve().parents[2]
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("names", nargs="*", metavar="NAME", help="faults to inject (default: all)")
+    parser.add_argument("--list", action="store_true", help="list the faults and stop")
+    parser.add_argument("--sanitize", action="store_true", help="build under the sanitizers")
+    parser.add_argument("--faults", default=TOP / "tools/faults/library.py", type=pathlib.Path)
+    parser.add_argument("--work", default=TOP / "build/faults", type=pathlib.Path)
+    return parser.parse_args()
+
+
+def load_faults(path, names):
+    scope = {}
+    exec(compile(path.read_text(), str(path), "exec"), scope)
+    faults = [fault for fault in scope["FAULTS"] if not names or fault[0] in names]
+    unknown = set(names) - {fault[0] for fault in faults}
+    if unknown:
+        sys.exit("inject.py: no fault named " + ", ".join(sorted(unknown)))
+    return faults
+
+
+def run(command, **options):
+    return subprocess.run(command, capture_output=True, text=True, **options)
+
+
+def prepare(work, sanitize):
+    tree = work / "tree"
+    shutil.rmtree(tree, ignore_errors=True)
+    tree.mkdir(parents=True)
+    files = run(["git", "ls-files", "-z"], cwd=TOP, check=True).stdout
+    subprocess.run(["tar", "--null", "-T", "-", "-cf", "-"], input=files.encode(), cwd=TOP,
+                   stdout=open(work / "tree.tar", "wb"), check=True)
+    subprocess.run(["tar", "-xf", work / "tree.tar", "-C", tree], check=True)
+    build = work / ("asan" if sanitize else "debug")
+    run(["cmake", "-S", tree, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+         "-DTESSARINE_BUILD_TESTS=ON", "-DTESSARINE_BUILD_EXAMPLES=ON", "-DTESSARINE_BUILD_TOOLS=ON",
+         "-DTESSARINE_SANITIZE=" + ("ON" if sanitize else "OFF")], check=True)
+    return tree, build
+
+
+def failing_tests(build):
+    """Builds, runs the tests and gives the names of those that failed (None: the build did)."""
+    if run(["cmake", "--build", build]).returncode != 0:
+        return None
+    result = run(["ctest", "--test-dir", build, "-E", "package|valgrind", "-j2", "--timeout",
+                  "300"])
+    return [line.split(" - ", 1)[1].split(" (")[0] for line in result.stdout.splitlines()
+            if " - " in line and "tests failed" not in line]
+
+
+def main():
+    arguments = parse_arguments()
+    faults = load_faults(arguments.faults, arguments.names)
+    if arguments.list:
+        print("\n".join("%s\t%s" % (name, path) for name, path, _, _ in faults))
+        return 0
+    tree, build = prepare(arguments.work, arguments.sanitize)
+    if failing_tests(build) != []:
+        print("inject.py: the build or its tests fail without any fault", file=sys.stderr)
+        return 2
+    missed = unbuilt = 0
+    for name, path, old, new in faults:
+        source = tree / path
+        text = source.read_text()
+        if text.count(old) != 1:
+            print("inject.py: %s: the snippet is in %s %d times" % (name, path, text.count(old)),
+                  file=sys.stderr)
+            return 2
+        started = time.monotonic()
+        source.write_text(text.replace(old, new))
+        try:
+            failed = failing_tests(build)
+        finally:
+            source.write_text(text)
+        verdict = "does not build" if failed is None else "caught" if failed else "MISSED"
+        missed += failed == []
+        unbuilt += failed is None
+        print("%-40s %-14s %3.0fs  %s" % (name, verdict, time.monotonic() - started,
+                                           ", ".join((failed or [])[:3])), flush=True)
+    print("%d of %d faults caught, %d missed, %d do not build"
+          % (len(faults) - missed - unbuilt, len(faults), missed, unbuilt))
+    return 1 if missed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
