@@ -44,7 +44,6 @@ public:
         }
         return text;
     }
-    std::size_t propertyCapacity() const { return m_Properties.capacity(); }
 
     std::size_t m_PropertiesAtDispose = 0;
 
