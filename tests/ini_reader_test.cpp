@@ -15,7 +15,6 @@
 #include <string>
 #include <unistd.h>
 #include <utility>
-#include <vector>
 
 using Tessarine::IniFileReader;
 using namespace std::string_literals;
