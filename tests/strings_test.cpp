@@ -181,52 +181,60 @@ Addresses addresses(StringVector const& i_Vector) {
     return result;
 }
 
-// Past the end stands one shared marker. Removed Strings stay behind the live ones as spares,
-// in order, and adding reuses them; copies take the live strings only, and assignment (of an
-// empty vector too) reuses the target's Strings.
-TEST(StringVectorTest, RemovedStringsStayForReuse) {
+// Past the end stands one shared marker; removing shifts the later Strings down, spares too.
+TEST(StringVectorTest, RemovingShiftsTheRestAndPastTheEndIsTheMarker) {
     StringVector v;
     EXPECT_EQ(std::wstring(v[0]), MARKER);
     EXPECT_EQ(v.removeString(0), PLUGIN_ERROR_INDEX_OUT_OF_RANGE);
     fill(v, {L"a", L"b", L"c", nullptr});
-    EXPECT_EQ(textsOf(v), (Texts{L"a", L"b", L"c", L""}));
     EXPECT_EQ(&v[4], &StringVector()[0]);
+    Addresses const original = addresses(v);
+    ASSERT_EQ(v.removeString(0), PLUGIN_OK);
+    EXPECT_EQ(v.removeString(3), PLUGIN_ERROR_INDEX_OUT_OF_RANGE);
+    EXPECT_EQ(addresses(v), (Addresses{original[1], original[2], original[3]}));
+    fill(v, {L"e"}); // the fourth slot needs a new String
+    ASSERT_EQ(v.removeString(3), PLUGIN_OK) << "the last slot of a full vector";
+    fill(v, {L"e", L"f"});
+    EXPECT_EQ(textsOf(v), (Texts{L"b", L"c", L"", L"e", L"f"}));
+    EXPECT_EQ(v.resizeBuffer((1 << 30) + 1), PLUGIN_ERROR_OUT_OF_MEMORY) << "beyond an int";
+    EXPECT_EQ(textsOf(v), (Texts{L"b", L"c", L"", L"e", L"f"}));
+}
+
+// Emptied, a vector keeps its Strings behind the live ones as spares, in order, and adding
+// reuses them; sorting moves the live ones only.
+TEST(StringVectorTest, EmptiedVectorsReuseTheirStrings) {
+    StringVector v;
+    fill(v, {L"a", L"b", L"c"});
     Addresses const original = addresses(v);
     v.removeAll();
     EXPECT_EQ(std::wstring(v[0]), MARKER);
     fill(v, {L"y", L"x"});
-    EXPECT_EQ(addresses(v), (Addresses{original[0], original[1]}));
-    v.sort(false); // the live Strings only: the spares c and d would come first
+    v.sort(false); // the spare c would come first
     EXPECT_EQ(addresses(v), (Addresses{original[1], original[0]}));
     EXPECT_EQ(v.removeString(2), PLUGIN_ERROR_INDEX_OUT_OF_RANGE) << "a spare is no element";
-    StringVector const copy(v);
-    EXPECT_EQ(textsOf(copy), (Texts{L"x", L"y"}));
-    StringVector target; // assignment refills the target's own Strings
-    fill(target, {L"t1", L"t2", L"t3"});
-    Addresses const before = addresses(target);
-    target = v;
-    target = std::as_const(target);
-    EXPECT_EQ(textsOf(target), (Texts{L"x", L"y"}));
-    EXPECT_EQ(addresses(target), (Addresses{before[0], before[1]}));
-    target = StringVector();
-    EXPECT_EQ(target.length(), 0);
-    fill(target, {L"reused"});
-    EXPECT_EQ(&target[0], before[0]);
-
-    // The spares of slots 2 and 3 move down with the rest; slot 3 needs a new String.
-    ASSERT_EQ(v.removeString(0), PLUGIN_OK);
-    fill(v, {L"p", L"q", L"r"});
-    EXPECT_EQ(textsOf(v), (Texts{L"y", L"p", L"q", L"r"}));
-    EXPECT_EQ((Addresses{&v[1], &v[2]}), (Addresses{original[2], original[3]}));
-    ASSERT_EQ(v.removeString(3), PLUGIN_OK) << "the last slot of a full vector";
-    EXPECT_EQ(textsOf(v), (Texts{L"y", L"p", L"q"}));
-
-    EXPECT_EQ(v.resizeBuffer((1 << 30) + 1), PLUGIN_ERROR_OUT_OF_MEMORY) << "beyond an int";
-    EXPECT_EQ(textsOf(v), (Texts{L"y", L"p", L"q"}));
     v.reset(); // LeakSanitizer checks that the spares go too
     fill(v, {L"again"});
     ASSERT_EQ(v.addString(v[0]), PLUGIN_OK) << "its own String, while the slots grow";
     EXPECT_EQ(textsOf(v), (Texts{L"again", L"again"}));
+}
+
+// A copy takes the live Strings only; assignment, of an empty vector too, refills the target's
+// own Strings.
+TEST(StringVectorTest, CopiesTakeTheLiveStringsAndAssignmentReusesTheTargets) {
+    StringVector source;
+    fill(source, {L"x", L"y", L"spare"});
+    ASSERT_EQ(source.removeString(2), PLUGIN_OK);
+    EXPECT_EQ(textsOf(StringVector(source)), (Texts{L"x", L"y"}));
+    StringVector target;
+    fill(target, {L"t1", L"t2", L"t3"});
+    Addresses const before = addresses(target);
+    target = source;
+    target = std::as_const(target);
+    EXPECT_EQ(textsOf(target), (Texts{L"x", L"y"}));
+    EXPECT_EQ(addresses(target), (Addresses{before[0], before[1]}));
+    target = StringVector();
+    fill(target, {L"reused"});
+    EXPECT_EQ(addresses(target), Addresses{before[0]});
 }
 
 // Random texts of mixed scripts, with repeats and text that has no multibyte form, end in
