@@ -70,8 +70,9 @@ def failing_tests(build):
                   "60"])
     # A fault that makes a program loop forever outlives the test that timed out on it.
     run(["pkill", "-f", str(build) + "/"])
+    failed = result.stdout.partition("The following tests FAILED:")[2]
     return [line.split(" - ", 1)[1].split(" (")[0].split("  #")[0]
-            for line in result.stdout.splitlines() if " - " in line and "tests failed" not in line]
+            for line in failed.splitlines() if " - " in line]
 
 
 def main():
