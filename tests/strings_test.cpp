@@ -13,7 +13,6 @@
 #include <array>
 #include <climits>
 #include <cwchar>
-#include <functional>
 #include <memory>
 #include <random>
 #include <string>
@@ -54,15 +53,17 @@ TEST(StringTest, BuildingAndAssigningGiveTheTextAndNeverLessRoom) {
     String const none;
     String shortened(LONG_TEXT);
     shortened = L"a";
-    std::tuple<std::variant<wchar_t const*, char const*, wchar_t, String>, wchar_t const*,
-               unsigned> const cases[] = {
-        {none, L"", 1},     {L'a', L"a", 1},      {L'\0', L"", 1},
-        {NO_WIDE, L"", 1},  {L"", L"", 1},        {L"hello", L"hello", 5},
-        {NO_BYTES, L"", 1}, {"", L"", 1},         {"h\xC3\xA9!", L"h\u00E9!", 3},
-        {"a\xFF", L"", 1},  {shortened, L"a", 20}};
-    for (auto const& c : cases) {
-        auto const& [source, expected, room] = c;
-        SCOPED_TRACE(&c - cases);
+    // clang-format off
+    std::tuple<char const*, std::variant<wchar_t const*, char const*, wchar_t, String>,
+               wchar_t const*, unsigned> const cases[] = {
+        {"DefaultString", none, L"", 1}, {"Character", L'a', L"a", 1}, {"Nul", L'\0', L"", 1},
+        {"NullWide", NO_WIDE, L"", 1}, {"EmptyWide", L"", L"", 1}, {"Wide", L"hello", L"hello", 5},
+        {"NullBytes", NO_BYTES, L"", 1}, {"EmptyBytes", "", L"", 1},
+        {"Utf8", "h\xC3\xA9!", L"h\u00E9!", 3}, {"NoUtf8", "a\xFF", L"", 1},
+        {"StringWithRoomToSpare", shortened, L"a", 20}};
+    // clang-format on
+    for (auto const& [name, source, expected, room] : cases) {
+        SCOPED_TRACE(name);
         String built = std::visit([](auto const& i_Source) { return String(i_Source); }, source);
         EXPECT_EQ(std::wstring(built), expected);
         EXPECT_EQ(built.length(), std::wcslen(expected));
@@ -79,28 +80,33 @@ TEST(StringTest, BuildingAndAssigningGiveTheTextAndNeverLessRoom) {
 // the String's own buffer must arrive whole, however the copy overlaps it.
 TEST(StringTest, ChangesTakeTheirOwnTextAndTouchNothingWhenNothingChanges) {
     ScopedLocale const locale("C.UTF-8");
-    std::pair<std::function<void(String&)>, wchar_t const*> const cases[] = {
-        {[](String& s) { s += NO_WIDE; }, L"full"},
-        {[](String& s) { s += L'\0'; }, L"full"},
-        {[](String& s) { s += '\xFF'; }, L"full"},
-        {[](String& s) { s.replace(L'\0', L'?'); }, L"full"},
-        {[](String& s) { s = std::as_const(s); }, L"full"},
-        {[](String& s) { s += 'b'; }, L"fullb"},
-        {[](String& s) { s += s; }, L"fullfull"},
-        {[](String& s) { s += static_cast<wchar_t const*>(s) + 2; }, L"fullll"},
-        {[](String& s) { s = s + String(L"!") + s; }, L"full!full"},
-        {[](String& s) { s = String(s) += L'!'; }, L"full!"},
-        {[](String& s) { s = static_cast<wchar_t const*>(s) + 2; }, L"ll"},
-        {[](String& s) { s = L"a longer text"; }, L"a longer text"},
-        {[](String& s) { s.toUpperCase(); }, L"FULL"},
-        {[](String& s) { (s = L"MiXed 1").toLowerCase(); }, L"mixed 1"},
-        {[](String& s) { s.replace(L'u', L'-').replace(L'l', L'\0'); }, L"f-"},
-        {[](String& s) { s.trim(); }, L"full"},
-        {[](String& s) { (s = L" \t\n ").trim(); }, L""},
-        {[](String& s) { (s = L"\t a b \n").trim(); }, L"a b"}};
-    for (auto const& c : cases) {
-        auto const& [change, result] = c;
-        SCOPED_TRACE(&c - cases);
+    struct Change {
+        char const* m_Name;
+        void (*m_Apply)(String&);
+        wchar_t const* m_Result;
+    };
+    Change const cases[] = {
+        {"AppendNull", [](String& s) { s += NO_WIDE; }, L"full"},
+        {"AppendNul", [](String& s) { s += L'\0'; }, L"full"},
+        {"AppendNoCharacter", [](String& s) { s += '\xFF'; }, L"full"},
+        {"ReplaceNul", [](String& s) { s.replace(L'\0', L'?'); }, L"full"},
+        {"AssignItself", [](String& s) { s = std::as_const(s); }, L"full"},
+        {"AppendNarrow", [](String& s) { s += 'b'; }, L"fullb"},
+        {"AppendItself", [](String& s) { s += s; }, L"fullfull"},
+        {"AppendOwnTail", [](String& s) { s += static_cast<wchar_t const*>(s) + 2; }, L"fullll"},
+        {"Concatenate", [](String& s) { s = s + String(L"!") + s; }, L"full!full"},
+        {"AssignTemporary", [](String& s) { s = String(s) += L'!'; }, L"full!"},
+        {"AssignOwnTail", [](String& s) { s = static_cast<wchar_t const*>(s) + 2; }, L"ll"},
+        {"AssignLonger", [](String& s) { s = L"a longer text"; }, L"a longer text"},
+        {"UpperCase", [](String& s) { s.toUpperCase(); }, L"FULL"},
+        {"LowerCase", [](String& s) { (s = L"MiXed 1").toLowerCase(); }, L"mixed 1"},
+        {"ReplaceEnds", [](String& s) { s.replace(L'u', L'-').replace(L'l', L'\0'); }, L"f-"},
+        {"TrimNothing", [](String& s) { s.trim(); }, L"full"},
+        {"TrimAllBlank", [](String& s) { (s = L" \t\n ").trim(); }, L""},
+        {"TrimBothEnds", [](String& s) { (s = L"\t a b \n").trim(); }, L"a b"}};
+    for (Change const& c : cases) {
+        auto const& [name, change, result] = c;
+        SCOPED_TRACE(name);
         String s(L"full");
         wchar_t const* const buffer = s;
         change(s);
