@@ -52,19 +52,25 @@ inline std::vector<std::string> rowsOf(std::string const& i_Bytes) {
     return rows;
 }
 
-// The first key line that a name appears on fixes its place; the last one its value.
-template <typename List, typename Name> auto& entryOf(List& io_List, Name const& i_Name) {
-    auto const at = std::find_if(io_List.begin(), io_List.end(),
-                                 [&](auto const& i_Entry) { return i_Entry.first == i_Name; });
-    return at != io_List.end() ? at->second
-                               : io_List.emplace_back(i_Name, decltype(at->second)()).second;
+// The element of that name, added at the end when the name is new: the first key line that a
+// name appears on fixes its place.
+template <typename List, typename Name, typename Field>
+auto& named(List& io_List, Name const& i_Name, Field i_Field) {
+    auto const at = std::find_if(io_List.begin(), io_List.end(), [&](auto const& i_Element) {
+        return i_Element.*i_Field == i_Name;
+    });
+    if (at != io_List.end()) {
+        return *at;
+    }
+    auto& added = io_List.emplace_back();
+    added.*i_Field = i_Name;
+    return added;
 }
 
 // Sections and keys as the format defines them, in the reader's own shape.
 inline std::vector<IniSection> modelOf(std::string const& i_Bytes,
                                        Tessarine::IniFileReader& i_Decoder) {
-    using Keys = std::vector<std::pair<std::wstring, std::wstring>>;
-    std::vector<std::pair<std::wstring, Keys>> content;
+    std::vector<IniSection> sections;
     std::vector<std::string> const rows = rowsOf(i_Bytes);
     std::string section;
     for (size_t r = 0; r < rows.size();) {
@@ -96,15 +102,10 @@ inline std::vector<IniSection> modelOf(std::string const& i_Bytes,
         while (value < line.size() && isSpace(line[value])) {
             ++value;
         }
-        entryOf(entryOf(content, i_Decoder.unescape(section)),
-                i_Decoder.unescape(line.substr(0, key))) = i_Decoder.unescape(line.substr(value));
-    }
-    std::vector<IniSection> sections;
-    for (auto const& [name, keys] : content) {
-        IniSection& added = sections.emplace_back(IniSection{name, {}});
-        for (auto const& [key, value] : keys) {
-            added.m_Entries.push_back({key, value});
-        }
+        // The last key line of a name gives its value.
+        named(named(sections, i_Decoder.unescape(section), &IniSection::m_Name).m_Entries,
+              i_Decoder.unescape(line.substr(0, key)), &IniSection::Entry::m_Key)
+            .m_Value = i_Decoder.unescape(line.substr(value));
     }
     return sections;
 }

@@ -51,10 +51,9 @@ def prepare(work, sanitize):
     tree = work / "tree"
     shutil.rmtree(tree, ignore_errors=True)
     tree.mkdir(parents=True)
-    files = run(["git", "ls-files", "-z"], cwd=TOP, check=True).stdout
-    subprocess.run(["tar", "--null", "-T", "-", "-cf", "-"], input=files.encode(), cwd=TOP,
-                   stdout=open(work / "tree.tar", "wb"), check=True)
-    subprocess.run(["tar", "-xmf", work / "tree.tar", "-C", tree], check=True)
+    # The tracked files as they stand in the working tree, each dated now: the copy builds anew.
+    subprocess.run("git ls-files -z | tar --null -T - -cf - | tar -xmf - -C '%s'" % tree,
+                   shell=True, cwd=TOP, check=True)
     build = work / ("asan" if sanitize else "debug")
     run(["cmake", "-S", tree, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
          "-DTESSARINE_BUILD_TESTS=ON", "-DTESSARINE_BUILD_EXAMPLES=ON", "-DTESSARINE_BUILD_TOOLS=ON",
