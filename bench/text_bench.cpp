@@ -120,86 +120,95 @@ void BM_ListParse_WString(benchmark::State& state) {
 }
 BENCHMARK(BM_ListParse_WString)->Unit(benchmark::kMillisecond);
 
-// Keys in a shuffled order, so that inserts do not always land at the end of the tree.
-std::vector<std::wstring> const& keys() {
-    static std::vector<std::wstring> const texts = [] {
-        std::vector<std::wstring> built;
-        built.reserve(ELEMENTS);
+// ELEMENTS keys in a shuffled order, so that inserts do not always land at the end of a tree,
+// with i_Distinct different texts among them: all different, or each set a hundred times.
+std::vector<std::wstring> const& keys(int i_Distinct) {
+    static std::map<int, std::vector<std::wstring>> built;
+    std::vector<std::wstring>& texts = built[i_Distinct];
+    if (texts.empty()) {
+        texts.reserve(ELEMENTS);
         for (int index = 0; index < ELEMENTS; ++index) {
-            built.push_back(L"section.key" + std::to_wstring(index));
+            texts.push_back(L"section.key" + std::to_wstring(index % i_Distinct));
         }
-        std::shuffle(built.begin(), built.end(), std::mt19937(7));
-        return built;
-    }();
+        std::shuffle(texts.begin(), texts.end(), std::mt19937(7));
+    }
     return texts;
 }
 
-std::vector<String> const& stringKeys() {
-    static std::vector<String> const texts = [] {
-        std::vector<String> built;
-        built.reserve(ELEMENTS);
-        for (std::wstring const& key : keys()) {
-            built.emplace_back(key.c_str());
+std::vector<String> const& stringKeys(int i_Distinct) {
+    static std::map<int, std::vector<String>> built;
+    std::vector<String>& texts = built[i_Distinct];
+    if (texts.empty()) {
+        texts.reserve(ELEMENTS);
+        for (std::wstring const& key : keys(i_Distinct)) {
+            texts.emplace_back(key.c_str());
         }
-        return built;
-    }();
+    }
     return texts;
 }
 
 String const VALUE = L"a value of some length";
 
-Configuration* filledSet(wchar_t const* i_Name) {
+Configuration* filledSet(wchar_t const* i_Name, int i_Distinct) {
     Configuration* set = nullptr;
     Configuration::get(i_Name, set);
-    for (String const& key : stringKeys()) {
+    for (String const& key : stringKeys(i_Distinct)) {
         set->setProperty(key, VALUE);
     }
     return set;
 }
 
-std::multimap<std::wstring, std::wstring> filledMultimap() {
+std::multimap<std::wstring, std::wstring> filledMultimap(int i_Distinct) {
     std::multimap<std::wstring, std::wstring> properties;
     std::wstring const value(static_cast<wchar_t const*>(VALUE));
-    for (std::wstring const& key : keys()) {
+    for (std::wstring const& key : keys(i_Distinct)) {
         properties.emplace(key, value);
     }
     return properties;
 }
 
+// The argument is the number of different keys among the ELEMENTS set.
+void PropertyArguments(benchmark::internal::Benchmark* i_Benchmark) {
+    i_Benchmark->ArgName("keys")->Arg(ELEMENTS)->Arg(ELEMENTS / 100)->Unit(benchmark::kMillisecond);
+}
+
 // Filling includes tearing the set down again, on both sides.
 void BM_SetProperty_Configuration(benchmark::State& state) {
     for (auto _ : state) {
-        benchmark::DoNotOptimize(filledSet(L"bench set"));
+        benchmark::DoNotOptimize(filledSet(L"bench set", static_cast<int>(state.range(0))));
         Configuration::cleanup(L"bench set");
     }
 }
-BENCHMARK(BM_SetProperty_Configuration)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SetProperty_Configuration)->Apply(PropertyArguments);
 
 void BM_SetProperty_Multimap(benchmark::State& state) {
     for (auto _ : state) {
-        benchmark::DoNotOptimize(filledMultimap().size());
+        benchmark::DoNotOptimize(filledMultimap(static_cast<int>(state.range(0))).size());
     }
 }
-BENCHMARK(BM_SetProperty_Multimap)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SetProperty_Multimap)->Apply(PropertyArguments);
 
+// Each lookup gives the first value of its key.
 void BM_GetProperty_Configuration(benchmark::State& state) {
-    Configuration const* const set = filledSet(L"bench lookups");
+    int const distinct = static_cast<int>(state.range(0));
+    Configuration const* const set = filledSet(L"bench lookups", distinct);
     String value;
     for (auto _ : state) {
-        for (String const& key : stringKeys()) {
+        for (String const& key : stringKeys(distinct)) {
             set->getProperty(key, value);
         }
         benchmark::DoNotOptimize(static_cast<wchar_t const*>(value));
     }
     Configuration::cleanup(L"bench lookups");
 }
-BENCHMARK(BM_GetProperty_Configuration)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_GetProperty_Configuration)->Apply(PropertyArguments);
 
 void BM_GetProperty_Multimap(benchmark::State& state) {
-    std::multimap<std::wstring, std::wstring> const properties = filledMultimap();
+    int const distinct = static_cast<int>(state.range(0));
+    std::multimap<std::wstring, std::wstring> const properties = filledMultimap(distinct);
     std::wstring value;
     for (auto _ : state) {
-        for (std::wstring const& key : keys()) {
+        for (std::wstring const& key : keys(distinct)) {
             auto const found = properties.lower_bound(key);
             if (found != properties.end() && found->first == key) {
                 value = found->second;
@@ -210,7 +219,7 @@ void BM_GetProperty_Multimap(benchmark::State& state) {
         benchmark::DoNotOptimize(value.data());
     }
 }
-BENCHMARK(BM_GetProperty_Multimap)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_GetProperty_Multimap)->Apply(PropertyArguments);
 
 } // namespace
 

@@ -170,8 +170,11 @@ FAULTS = [
     ("configuration.set-made-every-time", CONFIGURATION,
      "if (entry == m_Configurations.end() || name < entry->first) {", "if (true) {"),
     ("configuration.last-value-first", CONFIGURATION,
-     "    o_Value = first->second;\n    return PLUGIN_OK;",
-     "    o_Value = std::prev(m_Properties.upper_bound(i_Key))->second;\n    return PLUGIN_OK;"),
+     "    o_Value = entry->second.m_First;",
+     "    o_Value = entry->second.m_Later.empty() ? entry->second.m_First\n"
+     "                                            : entry->second.m_Later.back();"),
+    ("configuration.repeated-key-replaces", CONFIGURATION,
+     "        entry->second.m_Later.push_back(i_Value);", "        entry->second.m_First = i_Value;"),
     ("configuration.values-not-reset", CONFIGURATION, "    o_Values.reset();", ""),
     ("configuration.cleanup-leaks", CONFIGURATION,
      "        delete entry->second;\n        m_Configurations.erase(entry);",

@@ -1,6 +1,7 @@
 #include "Tessarine/Configuration.h"
 
 #include <cwchar>
+#include <string_view>
 
 namespace Tessarine {
 
@@ -25,10 +26,13 @@ RegistryReaper registryReaper;
 
 } // namespace
 
-// String::operator< without a call across the library for every step of a search: the keys
-// of a set, and the keys it is asked for, are live Strings, whose texts are never null.
-inline bool Configuration::KeyOrder::operator()(String const& i_Left, String const& i_Right) const {
-    return std::wcscmp(i_Left.m_Buffer, i_Right.m_Buffer) < 0;
+// The keys of a set, and the keys it is asked for, are live Strings, whose texts are never null.
+inline std::size_t Configuration::KeyHash::operator()(String const& i_Key) const {
+    return std::hash<std::wstring_view>()(std::wstring_view(i_Key.m_Buffer));
+}
+
+inline bool Configuration::KeyEqual::operator()(String const& i_Left, String const& i_Right) const {
+    return std::wcscmp(i_Left.m_Buffer, i_Right.m_Buffer) == 0;
 }
 
 Configuration::Configuration() = default;
@@ -68,34 +72,40 @@ int32_t Configuration::cleanup(wchar_t const* i_Name) {
 }
 
 int32_t Configuration::setProperty(String const& i_Key, String const& i_Value) {
-    // A multimap places a new entry behind those with an equal key.
-    m_Properties.emplace(i_Key, i_Value);
+    auto const [entry, isNew] = m_Properties.try_emplace(i_Key, i_Value);
+    if (!isNew) {
+        entry->second.m_Later.push_back(i_Value);
+    }
     return PLUGIN_OK;
 }
 
 int32_t Configuration::getProperty(String const& i_Key, String& o_Value) const {
-    // lower_bound, not find: find may land on any of the equal keys, not the earliest.
-    auto first = m_Properties.lower_bound(i_Key);
-    if (first == m_Properties.end() || m_Properties.key_comp()(i_Key, first->first)) {
+    auto const entry = m_Properties.find(i_Key);
+    if (entry == m_Properties.end()) {
         o_Value = L"";
         return PLUGIN_ERROR_PROPERTY_NOT_FOUND;
     }
-    o_Value = first->second;
+    o_Value = entry->second.m_First;
     return PLUGIN_OK;
 }
 
 int32_t Configuration::getProperties(String const& i_Key, StringVector& o_Values) const {
     o_Values.reset();
-    auto range = m_Properties.equal_range(i_Key);
-    for (auto entry = range.first; entry != range.second; ++entry) {
-        // A value the vector cannot grow for is dropped; the call still succeeds.
-        o_Values.addString(entry->second);
+    auto const entry = m_Properties.find(i_Key);
+    if (entry == m_Properties.end()) {
+        return PLUGIN_OK;
+    }
+    // A value the vector cannot grow for is dropped; the call still succeeds.
+    o_Values.addString(entry->second.m_First);
+    for (String const& value : entry->second.m_Later) {
+        o_Values.addString(value);
     }
     return PLUGIN_OK;
 }
 
 int32_t Configuration::getPropertiesCount(String const& i_Key) const {
-    return static_cast<int32_t>(m_Properties.count(i_Key));
+    auto const entry = m_Properties.find(i_Key);
+    return entry == m_Properties.end() ? 0 : 1 + static_cast<int32_t>(entry->second.m_Later.size());
 }
 
 } // namespace Tessarine

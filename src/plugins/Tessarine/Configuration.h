@@ -6,7 +6,9 @@
 #include "Tessarine/String.h"
 #include "Tessarine/StringVector.h"
 
+#include <list>
 #include <map>
+#include <unordered_map>
 
 namespace Tessarine {
 
@@ -18,8 +20,8 @@ namespace Tessarine {
 ///
 /// A key can hold several values: setProperty() always adds a new entry, behind the entries
 /// already held under an equal key, so the values of a key stand in the order in which they
-/// were set. Keys are ordered by String::operator< (character values, not the locale). Keys
-/// and values are copies; a set keeps no reference to what the caller passed.
+/// were set. Two keys are equal when their wide texts are (character values, not the locale).
+/// Keys and values are copies; a set keeps no reference to what the caller passed.
 ///
 /// \code
 /// Tessarine::Configuration* settings = nullptr;
@@ -69,11 +71,23 @@ private:
     Configuration(Configuration const&) = delete;
     Configuration& operator=(Configuration const&) = delete;
 
-    struct KeyOrder {
+    // Nothing lists the keys of a set, so their order is never seen: a set finds a key by its
+    // hash, in a step or two, where an ordered map would compare texts down a whole tree.
+    struct KeyHash {
+        TESSARINE_LOCAL std::size_t operator()(String const& i_Key) const;
+    };
+    struct KeyEqual {
         TESSARINE_LOCAL bool operator()(String const& i_Left, String const& i_Right) const;
     };
+    // The values of one key in the order set. The first lives in the entry itself, so a key
+    // that holds one value costs no more allocations than in a multimap.
+    struct Values {
+        explicit Values(String const& i_First) : m_First(i_First) {}
+        String m_First;
+        std::list<String> m_Later;
+    };
 
-    std::multimap<String, String, KeyOrder> m_Properties;
+    std::unordered_map<String, Values, KeyHash, KeyEqual> m_Properties;
 };
 
 } // namespace Tessarine
