@@ -205,6 +205,8 @@ Scenario const SCENARIOS[] = {
      someDropped},
     {"VectorSort", RUN(StringVector v = vectorOf({L"c", L"\u00E9", L"a"}),
                        v.sort(false), textsOf(v))},
+    {"VectorSortConverting", RUN(StringVector v = vectorOf({L"c", L"\xD800", L"\u00E9", L"a"}),
+                                 v.sort(false), textsOf(v))},
     {"ListAdd", RUN(VectorString list; list += L"a", list += L"b,c", stateOf(list)), keptSoFar},
     {"ListAppendText", RUN(VectorString list; list += L"a",
                            list.append(L"b,c\\,d,e"), stateOf(list)),

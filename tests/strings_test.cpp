@@ -243,29 +243,41 @@ TEST(StringVectorTest, CopiesTakeTheLiveStringsAndAssignmentReusesTheTargets) {
     EXPECT_EQ(addresses(target), Addresses{before[0]});
 }
 
-// Random texts of mixed scripts, with repeats and text that has no multibyte form, end in
-// collate order, and the same Strings stay.
+// Random texts, with repeats, end in collate order and the same Strings stay: texts that all
+// keep their order when converted (ASCII in C; any scalar value in UTF-8), sets with one that
+// does not (a surrogate, which does not convert; a letter that C cannot convert), and a locale
+// whose collation is not the order of the characters.
 TEST(StringVectorTest, SortGivesTheCollateOrderBothWays) {
-    ScopedLocale const locale("C.UTF-8");
+    std::pair<char const*, std::wstring> const rows[] = {
+        {"C.UTF-8", L"aAbBzZ09 -_\u00E9\u00C9\u00DF\u0416\u4E2D\U0001F600\U0010FFFF"},
+        {"C.UTF-8", L"aAbBzZ09 -_\u00E9\u0416\U0001F600\xD800"},
+        {"C", L"aAbBzZ09 -_~\x7F"},
+        {"C", L"aAbBzZ09 -_\u00E9"},
+        {"en_US.UTF-8", L"aAbBzZ09 -_\u00E9\u00C9\u0416"}};
     std::mt19937 random(20260314);
-    std::wstring const alphabet = L"aAbBzZ09 -_\u00E9\u00C9\u00DF\u0416\u4E2D\U0001F600\xD800";
-    StringVector v;
-    v.sort(false);
-    for (int i = 0; i < 500; ++i) {
-        std::wstring text;
-        for (auto n = random() % 5; n > 0; --n) {
-            text += alphabet[random() % alphabet.size()];
+    for (auto const& [name, alphabet] : rows) {
+        ScopedLocale const locale(name);
+        StringVector v;
+        v.sort(false);
+        for (int i = 0; i < 500; ++i) {
+            std::wstring text;
+            for (auto n = random() % 5; n > 0; --n) {
+                text += alphabet[random() % alphabet.size()];
+            }
+            ASSERT_EQ(v.addString(text.c_str()), PLUGIN_OK);
         }
-        ASSERT_EQ(v.addString(text.c_str()), PLUGIN_OK);
-    }
-    Addresses const live = addresses(v);
-    auto const less = [](String const* a, String const* b) { return String::collate(*a, *b) < 0; };
-    for (bool descending : {false, true}) {
-        v.sort(descending);
-        Addresses const after = addresses(v);
-        EXPECT_TRUE(descending ? std::is_sorted(after.rbegin(), after.rend(), less)
-                               : std::is_sorted(after.begin(), after.end(), less));
-        EXPECT_TRUE(std::is_permutation(after.begin(), after.end(), live.begin(), live.end()));
+        Addresses const live = addresses(v);
+        auto const less = [](String const* a, String const* b) {
+            return String::collate(*a, *b) < 0;
+        };
+        for (bool descending : {false, true}) {
+            v.sort(descending);
+            Addresses const after = addresses(v);
+            EXPECT_TRUE(descending ? std::is_sorted(after.rbegin(), after.rend(), less)
+                                   : std::is_sorted(after.begin(), after.end(), less))
+                << name << ' ' << alphabet.size() << " letters, descending " << descending;
+            EXPECT_TRUE(std::is_permutation(after.begin(), after.end(), live.begin(), live.end()));
+        }
     }
 }
 

@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 tools/ensure-packages.sh build-essential g++ clang cmake ninja-build libgtest-dev libgmock-dev \
-    pkg-config python3
+    pkg-config python3 locales
 
 for preset in ci-gcc ci-clang asan; do
     echo "=== $preset ==="

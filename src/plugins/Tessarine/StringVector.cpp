@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <langinfo.h>
 #include <new>
 #include <vector>
 
@@ -92,14 +93,7 @@ public:
         }
     }
 
-    template <typename Less> void sort() {
-        std::sort(m_Entries.begin(), m_Entries.end(), Less{m_Texts.data()});
-    }
-    void writeBack(String** o_Strings) const {
-        for (std::size_t i = 0; i < m_Entries.size(); ++i) {
-            o_Strings[i] = m_Entries[i].m_String;
-        }
-    }
+    void sort(bool i_Descending, String** o_Strings);
 
 private:
     // Appends the same bytes as String::getMultibyteString gives, and a terminator; gives
@@ -142,21 +136,111 @@ private:
 };
 
 // The collate order: String::collate(*a, *b) < 0, computed on the converted texts.
-struct StringPtrLess {
+struct MultibyteLess {
     char const* m_Texts;
     bool operator()(SortEntry const& i_Left, SortEntry const& i_Right) const {
         return std::strcoll(m_Texts + i_Left.m_Text, m_Texts + i_Right.m_Text) < 0;
     }
 };
 
-// The reverse collate order: String::collate(*b, *a) < 0, with the operands swapped rather
-// than the sign flipped, so that it is exactly the comparison the ascending order makes.
-struct StringPtrGreater {
-    char const* m_Texts;
-    bool operator()(SortEntry const& i_Left, SortEntry const& i_Right) const {
-        return std::strcoll(m_Texts + i_Right.m_Text, m_Texts + i_Left.m_Text) < 0;
+// Whether strcoll in the calling thread's locale compares plain bytes, as it does in C, POSIX
+// and C.UTF-8: glibc then answers strcmp without looking at a collation table. The number of
+// the locale's collation rules is not part of any standard interface; other C libraries take
+// the converting sort.
+bool collatesBytes() {
+#ifdef __GLIBC__
+    return reinterpret_cast<std::uintptr_t>(nl_langinfo(_NL_COLLATE_NRULES)) == 0;
+#else
+    return false;
+#endif
+}
+
+// Whether the locale's multibyte form of the text compares, byte by byte, as the text does
+// character by character: every character below 0x80 where those are their own bytes, or
+// every one a Unicode scalar value in UTF-8, whose bytes keep the order of the code points.
+// Anything else (a surrogate, a value beyond U+10FFFF, a character the charset lacks) either
+// does not convert, and so sorts as the empty text, or may convert out of order.
+bool convertsInOrder(wchar_t const* i_Text, bool i_Utf8, bool i_KeepsAscii) {
+    std::uint32_t seen = 0;
+    bool scalar = true;
+    for (; *i_Text != L'\0'; ++i_Text) {
+        auto const c = static_cast<std::uint32_t>(*i_Text);
+        seen |= c;
+        scalar &= c <= 0x10FFFF && (c & 0xFFFFF800U) != 0xD800;
+    }
+    return i_Utf8 ? scalar : i_KeepsAscii && seen < 0x80;
+}
+
+// One live String during a sort by character values, with its first three characters packed
+// above one another (21 bits hold any scalar value), so that most comparisons are settled
+// without reaching the text.
+struct WideEntry {
+    std::uint64_t m_Lead;
+    wchar_t const* m_Text;
+    String* m_String;
+};
+
+std::uint64_t leadOf(wchar_t const* i_Text) {
+    std::uint64_t lead = 0;
+    for (int i = 0; i < 3; ++i) {
+        lead = lead << 21 | static_cast<std::uint32_t>(*i_Text);
+        i_Text += *i_Text != L'\0' ? 1 : 0;
+    }
+    return lead;
+}
+
+struct WideLess {
+    bool operator()(WideEntry const& i_Left, WideEntry const& i_Right) const {
+        if (i_Left.m_Lead != i_Right.m_Lead) {
+            return i_Left.m_Lead < i_Right.m_Lead;
+        }
+        return std::wcscmp(i_Left.m_Text, i_Right.m_Text) < 0;
     }
 };
+
+// When strcoll compares bytes and every text converts in order, the collate order is the
+// order of the characters themselves: the texts are sorted as they stand, without converting
+// any. Empty when that does not hold.
+std::vector<WideEntry> wideEntries(String* const* i_Strings, int i_Count) {
+    std::vector<WideEntry> entries;
+    if (!collatesBytes()) {
+        return entries;
+    }
+    bool const utf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+    bool const asciiKept = utf8 || keepsAscii();
+    for (int i = 0; i < i_Count; ++i) {
+        if (!convertsInOrder(*i_Strings[i], utf8, asciiKept)) {
+            return entries;
+        }
+    }
+    entries.reserve(static_cast<std::size_t>(i_Count));
+    for (int i = 0; i < i_Count; ++i) {
+        wchar_t const* const text = *i_Strings[i];
+        entries.push_back({leadOf(text), text, i_Strings[i]});
+    }
+    return entries;
+}
+
+// Sorts the entries, in reverse with the operands swapped rather than the sign flipped, so
+// that both directions make exactly the same comparisons, and puts their Strings in that order.
+template <typename Entry, typename Less>
+void sortInto(std::vector<Entry>& io_Entries, Less i_Less, bool i_Descending, String** o_Strings) {
+    if (i_Descending) {
+        std::sort(io_Entries.begin(), io_Entries.end(),
+                  [&i_Less](Entry const& i_Left, Entry const& i_Right) {
+                      return i_Less(i_Right, i_Left);
+                  });
+    } else {
+        std::sort(io_Entries.begin(), io_Entries.end(), i_Less);
+    }
+    for (std::size_t i = 0; i < io_Entries.size(); ++i) {
+        o_Strings[i] = io_Entries[i].m_String;
+    }
+}
+
+void SortTexts::sort(bool i_Descending, String** o_Strings) {
+    sortInto(m_Entries, MultibyteLess{m_Texts.data()}, i_Descending, o_Strings);
+}
 
 } // namespace
 
@@ -234,13 +318,12 @@ void StringVector::sort(bool i_Descending) {
     if (m_Count < 2) {
         return;
     }
-    SortTexts texts(m_Strings, m_Count);
-    if (i_Descending) {
-        texts.sort<StringPtrGreater>();
-    } else {
-        texts.sort<StringPtrLess>();
+    std::vector<WideEntry> wide = wideEntries(m_Strings, m_Count);
+    if (!wide.empty()) {
+        sortInto(wide, WideLess(), i_Descending, m_Strings);
+        return;
     }
-    texts.writeBack(m_Strings);
+    SortTexts(m_Strings, m_Count).sort(i_Descending, m_Strings);
 }
 
 String const& StringVector::operator[](int i_Index) const {
