@@ -56,7 +56,9 @@ public:
     /// Destroys every String, live or spare, and frees the slot array.
     void reset();
     /// Sorts the live strings in the order of String::collate, descending when asked.
-    /// Not stable: strings that collate as equal may change places.
+    /// Not stable: strings that collate as equal may change places. Each text is converted to
+    /// the multibyte form once per sort, not once per comparison; where strcoll compares bytes
+    /// (C, C.UTF-8) and every text converts in order, none is converted at all.
     void sort(bool i_Descending);
 
     /// The String at the index, or a shared marker with the text "!!OUT OF BOUNDS!!" for an
