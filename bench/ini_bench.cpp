@@ -226,14 +226,15 @@ public:
         io_Hash += entryHash(i_Lookup.wideSection, i_Lookup.wideKey, m_Value);
         return true;
     }
+    // Without a copy of the content, which would count in the reader's peak memory.
     void walk(Result& o_Result) {
-        o_Result.sections = uint64_t(m_Reader->getSectionCount());
-        for (auto const& section : TessarineSupport::readContent(*m_Reader)) {
-            for (auto const& entry : section.m_Entries) {
-                o_Result.contentHash += entryHash(section.m_Name, entry.m_Key, entry.m_Value);
+        TessarineSupport::visitContent(
+            *m_Reader, [&o_Result](std::wstring const&) { ++o_Result.sections; },
+            [&o_Result](std::wstring const& i_Section, std::wstring const& i_Key,
+                        std::wstring const& i_Value) {
+                o_Result.contentHash += entryHash(i_Section, i_Key, i_Value);
                 ++o_Result.keys;
-            }
-        }
+            });
     }
     void release() { m_Reader.reset(); }
 

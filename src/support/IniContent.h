@@ -20,20 +20,36 @@ struct IniSection {
     std::vector<Entry> m_Entries;
 };
 
-/// Everything a reader holds: every section, in the order of its first key line, every key and
-/// its value.
-inline std::vector<IniSection> readContent(Tessarine::IniFileReader& io_Reader) {
-    std::vector<IniSection> sections(static_cast<std::size_t>(io_Reader.getSectionCount()));
-    for (std::size_t index = 0; index < sections.size(); ++index) {
-        IniSection& section = sections[index];
-        section.m_Name = io_Reader.getSectionAt(static_cast<int>(index));
-        int const keys = io_Reader.getKeyCount(section.m_Name);
+/// Walks everything a reader holds without keeping a copy: i_OnSection(name) for every section,
+/// in the order of its first key line, then i_OnEntry(section, key, value) for each of its keys.
+template <typename OnSection, typename OnEntry>
+void visitContent(Tessarine::IniFileReader& io_Reader, OnSection i_OnSection, OnEntry i_OnEntry) {
+    int const sections = io_Reader.getSectionCount();
+    std::wstring value;
+    for (int index = 0; index < sections; ++index) {
+        std::wstring const name = io_Reader.getSectionAt(index);
+        i_OnSection(name);
+        int const keys = io_Reader.getKeyCount(name);
         for (int key = 0; key < keys; ++key) {
-            IniSection::Entry entry{io_Reader.getKeyAt(section.m_Name, key), {}};
-            io_Reader.getProperty(section.m_Name, entry.m_Key, entry.m_Value);
-            section.m_Entries.push_back(std::move(entry));
+            std::wstring const keyName = io_Reader.getKeyAt(name, key);
+            io_Reader.getProperty(name, keyName, value);
+            i_OnEntry(name, keyName, value);
         }
     }
+}
+
+/// Everything a reader holds, copied: every section, in the order of its first key line, every
+/// key and its value.
+inline std::vector<IniSection> readContent(Tessarine::IniFileReader& io_Reader) {
+    std::vector<IniSection> sections;
+    visitContent(
+        io_Reader,
+        [&sections](std::wstring const& i_Name) {
+            sections.push_back({i_Name, {}});
+        },
+        [&sections](std::wstring const&, std::wstring const& i_Key, std::wstring const& i_Value) {
+            sections.back().m_Entries.push_back({i_Key, i_Value});
+        });
     return sections;
 }
 
