@@ -136,10 +136,19 @@ private:
 };
 
 // The collate order: String::collate(*a, *b) < 0, computed on the converted texts.
-struct MultibyteLess {
+struct StringPtrLess {
     char const* m_Texts;
     bool operator()(SortEntry const& i_Left, SortEntry const& i_Right) const {
         return std::strcoll(m_Texts + i_Left.m_Text, m_Texts + i_Right.m_Text) < 0;
+    }
+};
+
+// The reverse collate order: String::collate(*b, *a) < 0, with the operands swapped rather
+// than the sign flipped, so that it is exactly the comparison the ascending order makes.
+struct StringPtrGreater {
+    char const* m_Texts;
+    bool operator()(SortEntry const& i_Left, SortEntry const& i_Right) const {
+        return StringPtrLess{m_Texts}(i_Right, i_Left);
     }
 };
 
@@ -189,12 +198,19 @@ std::uint64_t leadOf(wchar_t const* i_Text) {
     return lead;
 }
 
+// The order of the characters, as wcscmp gives it, and its reverse.
 struct WideLess {
     bool operator()(WideEntry const& i_Left, WideEntry const& i_Right) const {
         if (i_Left.m_Lead != i_Right.m_Lead) {
             return i_Left.m_Lead < i_Right.m_Lead;
         }
         return std::wcscmp(i_Left.m_Text, i_Right.m_Text) < 0;
+    }
+};
+
+struct WideGreater {
+    bool operator()(WideEntry const& i_Left, WideEntry const& i_Right) const {
+        return WideLess()(i_Right, i_Left);
     }
 };
 
@@ -221,25 +237,21 @@ std::vector<WideEntry> wideEntries(String* const* i_Strings, int i_Count) {
     return entries;
 }
 
-// Sorts the entries, in reverse with the operands swapped rather than the sign flipped, so
-// that both directions make exactly the same comparisons, and puts their Strings in that order.
-template <typename Entry, typename Less>
-void sortInto(std::vector<Entry>& io_Entries, Less i_Less, bool i_Descending, String** o_Strings) {
-    if (i_Descending) {
-        std::sort(io_Entries.begin(), io_Entries.end(),
-                  [&i_Less](Entry const& i_Left, Entry const& i_Right) {
-                      return i_Less(i_Right, i_Left);
-                  });
-    } else {
-        std::sort(io_Entries.begin(), io_Entries.end(), i_Less);
-    }
+// Sorts the entries in the comparator's order and puts their Strings in that order.
+template <typename Entry, typename Order>
+void sortInto(std::vector<Entry>& io_Entries, Order i_Order, String** o_Strings) {
+    std::sort(io_Entries.begin(), io_Entries.end(), i_Order);
     for (std::size_t i = 0; i < io_Entries.size(); ++i) {
         o_Strings[i] = io_Entries[i].m_String;
     }
 }
 
 void SortTexts::sort(bool i_Descending, String** o_Strings) {
-    sortInto(m_Entries, MultibyteLess{m_Texts.data()}, i_Descending, o_Strings);
+    if (i_Descending) {
+        sortInto(m_Entries, StringPtrGreater{m_Texts.data()}, o_Strings);
+    } else {
+        sortInto(m_Entries, StringPtrLess{m_Texts.data()}, o_Strings);
+    }
 }
 
 } // namespace
@@ -319,11 +331,13 @@ void StringVector::sort(bool i_Descending) {
         return;
     }
     std::vector<WideEntry> wide = wideEntries(m_Strings, m_Count);
-    if (!wide.empty()) {
-        sortInto(wide, WideLess(), i_Descending, m_Strings);
-        return;
+    if (wide.empty()) {
+        SortTexts(m_Strings, m_Count).sort(i_Descending, m_Strings);
+    } else if (i_Descending) {
+        sortInto(wide, WideGreater(), m_Strings);
+    } else {
+        sortInto(wide, WideLess(), m_Strings);
     }
-    SortTexts(m_Strings, m_Count).sort(i_Descending, m_Strings);
 }
 
 String const& StringVector::operator[](int i_Index) const {
