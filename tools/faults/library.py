@@ -126,7 +126,7 @@ FAULTS = [
     ("vector.surrogate-sorted-by-character", VECTOR,
      "scalar &= c <= 0x10FFFF && (c & 0xFFFFF800U) != 0xD800;", "scalar &= c <= 0x10FFFF;"),
     ("vector.charset-ignored", VECTOR,
-     "return i_Utf8 ? scalar : i_KeepsAscii && seen < 0x80;", "return scalar;"),
+     "    if (!i_Utf8) {\n        return i_KeepsAscii && isAscii(i_Text, length);\n    }", ""),
     ("vector.lead-overlaps", VECTOR,
      "lead = lead << 21 | static_cast<std::uint32_t>(*i_Text);",
      "lead = lead << 16 | static_cast<std::uint32_t>(*i_Text);"),

@@ -170,14 +170,16 @@ bool collatesBytes() {
 // Anything else (a surrogate, a value beyond U+10FFFF, a character the charset lacks) either
 // does not convert, and so sorts as the empty text, or may convert out of order.
 bool convertsInOrder(wchar_t const* i_Text, bool i_Utf8, bool i_KeepsAscii) {
-    std::uint32_t seen = 0;
+    std::size_t const length = std::wcslen(i_Text);
+    if (!i_Utf8) {
+        return i_KeepsAscii && isAscii(i_Text, length);
+    }
     bool scalar = true;
-    for (; *i_Text != L'\0'; ++i_Text) {
-        auto const c = static_cast<std::uint32_t>(*i_Text);
-        seen |= c;
+    for (std::size_t i = 0; i < length; ++i) {
+        auto const c = static_cast<std::uint32_t>(i_Text[i]);
         scalar &= c <= 0x10FFFF && (c & 0xFFFFF800U) != 0xD800;
     }
-    return i_Utf8 ? scalar : i_KeepsAscii && seen < 0x80;
+    return scalar;
 }
 
 // One live String during a sort by character values, with its first three characters packed
