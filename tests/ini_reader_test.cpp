@@ -183,4 +183,24 @@ TEST_F(IniReader, RefillsAreInvisible) {
     EXPECT_EQ(read("k=" + row), "[]\nk|" + row + "\n");
 }
 
+// Enough names for the indexes to outgrow the cache, as keys of one section and as sections. A
+// second load finds every name again: the positions stay and only the values change.
+TEST_F(IniReader, LargeIndexesFindEveryName) {
+    auto const content = [](std::string const& i_Prefix, bool i_Listing) {
+        std::string keys = "[keys]\n", sections;
+        for (int i = 0; i < 30000; ++i) {
+            std::string const name = std::to_string(i), value = i_Prefix + name;
+            keys += "k" + name + (i_Listing ? "|" : "=") + value + "\n";
+            sections += "[s" + name + "]\nk" + (i_Listing ? "|" : "=") + value + "\n";
+        }
+        return keys + sections;
+    };
+    TempFile const file(content("", false));
+    IniFileReader reader(file.wide().c_str());
+    EXPECT_EQ(listing(reader), content("", true));
+    file.write(content("v", false));
+    reader.load();
+    EXPECT_EQ(listing(reader), content("v", true));
+}
+
 } // namespace

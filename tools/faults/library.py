@@ -83,6 +83,8 @@ FAULTS = [
     ("reader.key-at-past-end", READER,
      "static_cast<size_t>(i_Index) >= section->m_Properties.size()) {",
      "static_cast<size_t>(i_Index) > section->m_Properties.size()) {"),
+    ("reader.warm-past-the-slots", READER,
+     "m_Slots[i_Hash & (m_Slots.size() - 1)];", "m_Slots[(i_Hash & (m_Slots.size() - 1)) + 8];"),
     ("reader.path-not-converted", READER,
      "if (length == 0 || length == static_cast<size_t>(-1)) {", "if (length == 0) {"),
     # String.

@@ -82,6 +82,7 @@ bool IniFileReader::get_char(char& o_Byte) {
         m_BufferPosition = 0;
         m_BufferLength = static_cast<uint32_t>(
             std::fread(m_Buffer.get(), 1, static_cast<size_t>(m_BufferSize), m_File.get()));
+        look_ahead();
     }
     if (m_BufferPosition >= m_BufferLength) {
         return false;
@@ -574,6 +575,16 @@ public:
         m_Slots.swap(slots);
     }
 
+    // Whether the table is too large for the cache to hold, so that a probe will wait for memory.
+    bool large() const { return m_Slots.size() >= LARGE_SLOTS; }
+
+    // Reads the slot where a probe for a name of that hash begins, so that the probe finds it in
+    // the cache. The read is volatile, or the compiler would drop it, its value being unused.
+    void warm(uint32_t i_Hash) const {
+        Slot const& slot = m_Slots[i_Hash & (m_Slots.size() - 1)];
+        static_cast<void>(*static_cast<uint32_t const volatile*>(&slot.m_Position));
+    }
+
     void add(Text i_Name, uint32_t i_Position) {
         if (!m_Slots.empty()) {
             place(m_Slots, {hashOf(i_Name), i_Position});
@@ -582,6 +593,8 @@ public:
 
 private:
     static constexpr size_t LINEAR_LIMIT = 8;
+    // Half a megabyte of slots.
+    static constexpr size_t LARGE_SLOTS = size_t(1) << 16;
 
     struct Slot {
         uint32_t m_Hash;
@@ -757,6 +770,7 @@ public:
 
     void setProperty(size_t i_Section, std::string_view i_Key, std::string_view i_Value,
                      Decoder const& i_Decoder) {
+        m_Receiving = i_Section;
         Section& section = m_Sections[i_Section];
         std::vector<Property>& properties = section.m_Properties;
         Text const key = i_Decoder.decodeIntoRoom(i_Key, m_Arena);
@@ -783,7 +797,58 @@ public:
 
     std::vector<Section> const& sections() const { return m_Sections; }
 
+    // Starts to fetch the slots that the names in i_Ahead will probe in an index too large for
+    // the cache. One probe at a time, each waits for memory, and the wait grows with the table;
+    // asked for together, the waits overlap. The names are guessed from the raw text, line by
+    // line, and key lines are taken to go to the section that received the last key: a wrong
+    // guess costs a fetch and nothing else, and a name that decodes to its own bytes hashes as
+    // those bytes.
+    void warm(std::string_view i_Ahead, std::array<unsigned char, 256> const& i_Classes) const {
+        NameIndex const* const sections = m_Index.large() ? &m_Index : nullptr;
+        NameIndex const* keys = m_Sections.empty() ? nullptr : &m_Sections[m_Receiving].m_Index;
+        keys = keys != nullptr && keys->large() ? keys : nullptr;
+        if (sections == nullptr && keys == nullptr) {
+            return;
+        }
+        // The hashes of a batch come first and its fetches after them, so that the fetches go out
+        // together.
+        std::array<std::pair<NameIndex const*, uint32_t>, 64> batch;
+        size_t count = 0;
+        auto const fetch = [&batch, &count] {
+            for (size_t i = 0; i < count; ++i) {
+                batch[i].first->warm(batch[i].second);
+            }
+            count = 0;
+        };
+        size_t const size = i_Ahead.size();
+        for (size_t at = skipSpace(i_Ahead, 0, i_Classes); at < size;
+             at = skipSpace(i_Ahead, at, i_Classes)) {
+            bool const header = i_Ahead[at] == '[';
+            size_t const start = header ? at + 1 : at;
+            size_t end = start;
+            while (end < size && i_Ahead[end] != '\n' &&
+                   (header ? i_Ahead[end] != ']'
+                           : (i_Classes[byteValue(i_Ahead[end])] & KEY_STOP) == 0)) {
+                ++end;
+            }
+            NameIndex const* const index = header ? sections : keys;
+            if (index != nullptr) {
+                auto const* const name = reinterpret_cast<unsigned char const*>(&i_Ahead[start]);
+                batch[count++] = {index, hashOf(name, end - start)};
+            }
+            if (count == batch.size()) {
+                fetch();
+            }
+            at = std::min(i_Ahead.find('\n', end), size);
+        }
+        fetch();
+    }
+
     std::array<char, STREAM_BUFFER_SIZE> m_StreamBuffer;
+    // How far the current block of the stream has been handed to warm(), and where the stream
+    // was read up to at the last refill; both null before the first refill of a load.
+    char const* m_WarmedTo = nullptr;
+    char const* m_ReadUpTo = nullptr;
 
 private:
     Text keep(std::string_view i_Raw, Decoder const& i_Decoder) {
@@ -799,6 +864,8 @@ private:
     // In the order of their first key line.
     std::vector<Section> m_Sections;
     NameIndex m_Index;
+    // The section that received the last key line.
+    size_t m_Receiving = 0;
 };
 
 IniFileReader::IniFileReader(wchar_t const* i_FileName)
@@ -817,6 +884,8 @@ int32_t IniFileReader::load() {
     // The locale is asked once per byte value, not once per byte of the file.
     fillByteClasses(m_ByteClasses);
     Decoder const decoder;
+    m_Store->m_WarmedTo = nullptr;
+    m_Store->m_ReadUpTo = nullptr;
 
     std::string section;
     std::string_view key;
@@ -836,6 +905,27 @@ int32_t IniFileReader::load() {
     std::string().swap(m_Row);
     std::string().swap(m_Line);
     return 1;
+}
+
+// Hands the store the text that the scanner reads next, after each refill. With glibc that is the
+// block in the stream's buffer, larger than the read buffer, handed over once: the stream's read
+// position only goes back when a refill has begun a new block.
+void IniFileReader::look_ahead() {
+    Store& store = *m_Store;
+#if defined(__GLIBC__)
+    std::FILE const& stream = *m_File;
+    if (store.m_WarmedTo == nullptr || stream._IO_read_ptr < store.m_ReadUpTo) {
+        store.m_WarmedTo = stream._IO_read_base;
+    }
+    store.m_ReadUpTo = stream._IO_read_ptr;
+    if (stream._IO_read_end > store.m_WarmedTo) {
+        size_t const length = static_cast<size_t>(stream._IO_read_end - store.m_WarmedTo);
+        store.warm(std::string_view(store.m_WarmedTo, length), m_ByteClasses);
+        store.m_WarmedTo = stream._IO_read_end;
+    }
+#else
+    store.warm(std::string_view(m_Buffer.get(), m_BufferLength), m_ByteClasses);
+#endif
 }
 
 // ---- The queries -------------------------------------------------------------------------

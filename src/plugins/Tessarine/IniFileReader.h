@@ -92,6 +92,7 @@ private:
 
     TESSARINE_LOCAL int open();
     TESSARINE_LOCAL bool get_char(char& o_Byte);
+    TESSARINE_LOCAL void look_ahead();
     TESSARINE_LOCAL bool get_row(std::string_view& o_Row);
     TESSARINE_LOCAL bool get_line(std::string_view& o_Line);
     TESSARINE_LOCAL bool get_next_key(std::string& io_Section, std::string_view& o_Key,
