@@ -51,6 +51,39 @@ void IniFileReader::FileCloser::operator()(std::FILE* i_File) const {
     std::fclose(i_File);
 }
 
+void IniFileReader::Bytes::Free::operator()(char* i_Data) const {
+    std::free(i_Data);
+}
+
+void IniFileReader::Bytes::assign(std::string_view i_Text) {
+    m_Size = 0;
+    append(i_Text);
+}
+
+// Grows to at least twice the capacity. A failed realloc leaves the block as it was.
+void IniFileReader::Bytes::append(std::string_view i_Text) {
+    if (m_Capacity - m_Size < i_Text.size()) {
+        size_t const capacity = std::max({m_Size + i_Text.size(), 2 * m_Capacity, size_t(64)});
+        auto* const data = static_cast<char*>(std::realloc(m_Data.get(), capacity));
+        if (data == nullptr) {
+            throw std::bad_alloc();
+        }
+        static_cast<void>(m_Data.release());
+        m_Data.reset(data);
+        m_Capacity = capacity;
+    }
+    if (!i_Text.empty()) {
+        std::memcpy(m_Data.get() + m_Size, i_Text.data(), i_Text.size());
+    }
+    m_Size += i_Text.size();
+}
+
+void IniFileReader::Bytes::release() {
+    m_Data.reset();
+    m_Size = 0;
+    m_Capacity = 0;
+}
+
 int IniFileReader::open() {
     // Closing an earlier stream first keeps a second load() from leaking it; the buffer is
     // emptied with it, so the new stream is read from its own start.
@@ -106,7 +139,7 @@ bool IniFileReader::get_row(std::string_view& o_Row) {
         o_Row = std::string_view(start, static_cast<size_t>(lineFeed - start));
         m_BufferPosition = static_cast<uint32_t>(lineFeed + 1 - m_Buffer.get());
     } else {
-        m_Row.assign(start, end);
+        m_Row.assign(std::string_view(start, static_cast<size_t>(end - start)));
         m_BufferPosition = m_BufferLength;
         while (get_char(byte) && byte != '\n') {
             // The rest of the row in the buffer is taken in one step; get_char comes back for
@@ -116,10 +149,10 @@ bool IniFileReader::get_row(std::string_view& o_Row) {
             lineFeed = static_cast<char const*>(std::memchr(from, '\n', available));
             size_t const taken =
                 lineFeed == nullptr ? available : static_cast<size_t>(lineFeed - from);
-            m_Row.append(from, taken);
+            m_Row.append(std::string_view(from, taken));
             m_BufferPosition += static_cast<uint32_t>(taken - 1);
         }
-        o_Row = m_Row;
+        o_Row = m_Row.view();
     }
     // The runs of CRs at both ends go.
     while (!o_Row.empty() && o_Row.front() == '\r') {
@@ -198,17 +231,17 @@ bool IniFileReader::get_line(std::string_view& o_Line) {
         o_Line = row;
         return true;
     }
-    m_Line.assign(row.data(), row.size() - 1);
+    m_Line.assign(row.substr(0, row.size() - 1));
     while (get_row(row)) {
         row.remove_prefix(skipSpace(row, 0, m_ByteClasses));
-        m_Line += row;
+        m_Line.append(row);
         // An empty row has no backslash at its end, so it ends the line too.
         if (backslashesBefore(row, row.size()) % 2 == 0) {
             break;
         }
         m_Line.pop_back();
     }
-    o_Line = m_Line;
+    o_Line = m_Line.view();
     return true;
 }
 
@@ -902,8 +935,8 @@ int32_t IniFileReader::load() {
         m_Store->setProperty(current, key, value, decoder);
     }
     // The scanner's buffers are only needed while reading.
-    std::string().swap(m_Row);
-    std::string().swap(m_Line);
+    m_Row.release();
+    m_Line.release();
     return 1;
 }
 

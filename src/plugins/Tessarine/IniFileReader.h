@@ -90,6 +90,27 @@ private:
         TESSARINE_LOCAL void operator()(std::FILE* i_File) const;
     };
 
+    // Bytes that grow by realloc, which moves the pages of a large block instead of copying its
+    // bytes: a row or a line of many megabytes costs no copy of what it already holds.
+    class TESSARINE_LOCAL Bytes {
+    public:
+        void assign(std::string_view i_Text);
+        void append(std::string_view i_Text);
+        void pop_back() { --m_Size; }
+        std::string_view view() const { return std::string_view(m_Data.get(), m_Size); }
+        // Gives the memory back.
+        void release();
+
+    private:
+        struct Free {
+            void operator()(char* i_Data) const;
+        };
+
+        std::unique_ptr<char, Free> m_Data;
+        size_t m_Size = 0;
+        size_t m_Capacity = 0;
+    };
+
     TESSARINE_LOCAL int open();
     TESSARINE_LOCAL bool get_char(char& o_Byte);
     TESSARINE_LOCAL void look_ahead();
@@ -110,8 +131,8 @@ private:
     // What each byte value is to the scanner in the current load (white space, key stop).
     std::array<unsigned char, 256> m_ByteClasses;
     // A row that goes on beyond the read buffer, and a logical line of several rows.
-    std::string m_Row;
-    std::string m_Line;
+    Bytes m_Row;
+    Bytes m_Line;
     // Set by get_next_key() at every header.
     bool m_HeaderRead;
 };
