@@ -4,7 +4,7 @@
 // growth should stay at about 4.5x or below.
 //
 //   cmake --preset bench && cmake --build --preset bench --target adversarial_bench &&
-//     build/bench/bench/adversarial_bench
+//     build/bench/bench/adversarial_bench [part of a case's name]
 //
 // Each file is loaded five times, each time in a forked child of its own; time is the median
 // wall time of the load and memory the largest peak resident set minus that of an idle child. The
@@ -20,6 +20,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 namespace {
@@ -119,7 +120,7 @@ TessarineBench::ChildRun<Load> loadOf(Case const& i_Case, size_t i_N,
 
 } // namespace
 
-int main() {
+int main(int argc, char** argv) {
     char const* tmp = std::getenv("TMPDIR");
     std::string directory = std::string(tmp != nullptr ? tmp : "/tmp") + "/adversarial_XXXXXX";
     if (mkdtemp(directory.data()) == nullptr) {
@@ -130,6 +131,9 @@ int main() {
                 "growth", "MB at n", "MB at 4n", "growth");
     bool linear = true;
     for (Case const& each : CASES) {
+        if (argc > 1 && std::strstr(each.name, argv[1]) == nullptr) {
+            continue;
+        }
         auto const small = loadOf(each, N, directory);
         auto const large = loadOf(each, 4 * N, directory);
         double const time = large.result.seconds / small.result.seconds;

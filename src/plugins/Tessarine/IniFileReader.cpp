@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <deque>
 #include <iostream>
 #include <locale>
 #include <new>
@@ -794,7 +795,8 @@ public:
             return at;
         }
         m_Arena.take(name.bytes());
-        reserveOneMore(m_Sections);
+        // A failed push_back adds nothing, and the index has its room already, so that the name
+        // enters both or neither.
         m_Index.reserveFor(m_Sections.size(), nameAt);
         m_Sections.push_back(Section{name, {}, {}});
         m_Index.add(name, static_cast<uint32_t>(m_Sections.size() - 1));
@@ -828,7 +830,7 @@ public:
         return at == NameIndex::NONE ? nullptr : &m_Sections[at];
     }
 
-    std::vector<Section> const& sections() const { return m_Sections; }
+    std::deque<Section> const& sections() const { return m_Sections; }
 
     // Starts to fetch the slots that the names in i_Ahead will probe in an index too large for
     // the cache. One probe at a time, each waits for memory, and the wait grows with the table;
@@ -895,7 +897,7 @@ private:
     // Declared before the views of its text, so that it outlives them.
     Arena m_Arena{m_FirstText};
     // In the order of their first key line.
-    std::vector<Section> m_Sections;
+    std::deque<Section> m_Sections;
     NameIndex m_Index;
     // The section that received the last key line.
     size_t m_Receiving = 0;
