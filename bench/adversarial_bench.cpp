@@ -6,9 +6,10 @@
 //   cmake --preset bench && cmake --build --preset bench --target adversarial_bench &&
 //     build/bench/bench/adversarial_bench [part of a case's name]
 //
-// Each file is loaded five times, each time in a forked child of its own; time is the median
-// wall time of the load and memory the largest peak resident set minus that of an idle child. The
-// files are generated in a temporary directory and removed afterwards.
+// Each file is loaded five times, in turns with the file of the other size, each time in a forked
+// child of its own; time is the shortest wall time of the load and memory the largest peak
+// resident set minus that of an idle child. The files are generated in a temporary directory and
+// removed afterwards.
 #include <Tessarine/IniFileReader.h>
 
 #include "ChildRun.h"
@@ -68,54 +69,57 @@ Case const CASES[] = {
      }},
 };
 
-struct Load {
-    double seconds;
-    int sections;
+// The fastest of a file's loads and the largest peak memory of any: noise only ever adds time.
+struct Figures {
+    double seconds = 1e300;
+    long peakKilobytes = 0;
 };
 
-// Loads the file in a child: the time of the load and the memory above an idle child's.
-TessarineBench::ChildRun<Load> measure(std::string const& i_Path, long i_IdleKb) {
+// Loads the file in a child and counts the time of the load and the memory above an idle child's.
+void measure(std::string const& i_Path, long i_IdleKb, Figures& io_Figures) {
     std::wstring const path(i_Path.begin(), i_Path.end());
-    auto run = TessarineBench::inChild("load", [&] {
+    auto const run = TessarineBench::inChild("load", [&] {
         auto const start = std::chrono::steady_clock::now();
-        Tessarine::IniFileReader reader(path.c_str());
-        auto const end = std::chrono::steady_clock::now();
-        return Load{std::chrono::duration<double>(end - start).count(), reader.getSectionCount()};
+        Tessarine::IniFileReader const reader(path.c_str());
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     });
-    run.peakKilobytes = std::max(1L, run.peakKilobytes - i_IdleKb);
-    return run;
+    io_Figures.seconds = std::min(io_Figures.seconds, run.result);
+    io_Figures.peakKilobytes =
+        std::max({io_Figures.peakKilobytes, run.peakKilobytes - i_IdleKb, 1L});
 }
 
-// Writes the text of case i_Case at size i_N and loads the file five times: the median time,
-// and the largest peak memory. A child writes the file, since a forked child counts what its
-// parent holds, and memory that the parent has freed would hide the reader's.
-TessarineBench::ChildRun<Load> loadOf(Case const& i_Case, size_t i_N,
-                                      std::string const& i_Directory) {
-    std::string const path = i_Directory + "/adversarial.ini";
+// Writes the text of case i_Case at size i_N. A child writes it, since a forked child counts
+// what its parent holds, and memory that the parent has freed would hide the reader's.
+std::string write(Case const& i_Case, size_t i_N, std::string const& i_Path) {
     TessarineBench::inChild("write", [&] {
         std::string const text = i_Case.text(i_N);
-        std::FILE* file = std::fopen(path.c_str(), "wb");
+        std::FILE* file = std::fopen(i_Path.c_str(), "wb");
         if (file == nullptr || std::fwrite(text.data(), 1, text.size(), file) != text.size() ||
             std::fclose(file) != 0) {
-            std::perror(path.c_str());
+            std::perror(i_Path.c_str());
             std::exit(1);
         }
         return 0;
     });
+    return i_Path;
+}
+
+// The figures of case i_Case at N and at 4N. The two files are loaded in turns, five times each,
+// so that a slow moment of the machine falls on both sizes alike.
+std::array<Figures, 2> measure(Case const& i_Case, std::string const& i_Directory) {
+    std::array<std::string, 2> const paths = {write(i_Case, N, i_Directory + "/n.ini"),
+                                              write(i_Case, 4 * N, i_Directory + "/4n.ini")};
     long const idleKb = TessarineBench::inChild("idle", [] { return 0; }).peakKilobytes;
-    std::array<TessarineBench::ChildRun<Load>, 5> runs;
-    for (auto& run : runs) {
-        run = measure(path, idleKb);
+    std::array<Figures, 2> figures;
+    for (int round = 0; round < 5; ++round) {
+        for (size_t size = 0; size < paths.size(); ++size) {
+            measure(paths[size], idleKb, figures[size]);
+        }
     }
-    std::remove(path.c_str());
-    std::sort(runs.begin(), runs.end(), [](auto const& i_Left, auto const& i_Right) {
-        return i_Left.result.seconds < i_Right.result.seconds;
-    });
-    long peak = 0;
-    for (auto const& run : runs) {
-        peak = std::max(peak, run.peakKilobytes);
+    for (std::string const& path : paths) {
+        std::remove(path.c_str());
     }
-    return {runs[runs.size() / 2].result, peak};
+    return figures;
 }
 
 } // namespace
@@ -134,14 +138,13 @@ int main(int argc, char** argv) {
         if (argc > 1 && std::strstr(each.name, argv[1]) == nullptr) {
             continue;
         }
-        auto const small = loadOf(each, N, directory);
-        auto const large = loadOf(each, 4 * N, directory);
-        double const time = large.result.seconds / small.result.seconds;
+        auto const [small, large] = measure(each, directory);
+        double const time = large.seconds / small.seconds;
         double const memory = double(large.peakKilobytes) / double(small.peakKilobytes);
         linear = linear && time <= 4.5 && memory <= 4.5;
-        std::printf("%-24s %9.1f %9.1f %6.2fx %9.1f %9.1f %6.2fx\n", each.name,
-                    small.result.seconds * 1e3, large.result.seconds * 1e3, time,
-                    double(small.peakKilobytes) / 1024, double(large.peakKilobytes) / 1024, memory);
+        std::printf("%-24s %9.1f %9.1f %6.2fx %9.1f %9.1f %6.2fx\n", each.name, small.seconds * 1e3,
+                    large.seconds * 1e3, time, double(small.peakKilobytes) / 1024,
+                    double(large.peakKilobytes) / 1024, memory);
     }
     rmdir(directory.c_str());
     std::printf(linear ? "\nevery growth is at most 4.5x\n" : "\nSOME GROWTH EXCEEDS 4.5x\n");
