@@ -156,7 +156,7 @@ StringVector vectorOf(std::initializer_list<wchar_t const*> i_Texts) {
 }
 
 // Gives the file these bytes and gives its path.
-std::wstring fileOf(char const* i_Bytes) {
+std::wstring fileOf(std::string const& i_Bytes) {
     std::string const path = testing::TempDir() + "allocation_sweep.ini";
     std::ofstream(path, std::ios::binary) << i_Bytes;
     return std::wstring(path.begin(), path.end());
@@ -243,7 +243,8 @@ Scenario const SCENARIOS[] = {
                        reader.emplace(path.c_str()), reader ? stateOf(*reader) : Texts{NONE}),
      someDropped},
     {"ReaderReload", RUN(IniFileReader reader(fileOf("[alpha]\na = 1\n").c_str());
-                         fileOf("[gamma]\ng1 = x\n[alpha]\na = 2\nb = 3\n"),
+                         // a line of two rows, and a row longer than the read buffer
+                         fileOf("[gamma]\ng1 = x\\\n  y\n[alpha]\na = 2\nb = " + std::string(1500, '3') + "\n"),
                          reader.load(),
                          stateOf(reader, {L"gamma", L"g1", L"alpha", L"a", L"alpha", L"b"})),
      partlyMerged},
@@ -269,6 +270,8 @@ TEST_P(AllocationSweep, EndsInTheOldTheNewOrTheDocumentedState) {
     // once per process (the locale's tables, the out-of-bounds marker) before counting starts.
     Probe clean(0);
     scenario.m_Run(clean);
+    // How many runs with a failure ended in the old, the new and the documented state.
+    int ended[3] = {0, 0, 0};
     int points = 0;
     auto const openFiles = [] {
         auto const entries = std::filesystem::directory_iterator("/proc/self/fd");
@@ -289,15 +292,17 @@ TEST_P(AllocationSweep, EndsInTheOldTheNewOrTheDocumentedState) {
             break;
         }
         ++points;
-        EXPECT_TRUE(probe.m_After == probe.m_Old || probe.m_After == clean.m_After ||
-                    (scenario.m_Documented != nullptr &&
-                     scenario.m_Documented(probe.m_Old, clean.m_After, probe.m_After)))
+        int const end = probe.m_After == probe.m_Old ? 0 : probe.m_After == clean.m_After ? 1 : 2;
+        ++ended[end];
+        EXPECT_TRUE(end < 2 || (scenario.m_Documented != nullptr &&
+                                scenario.m_Documented(probe.m_Old, clean.m_After, probe.m_After)))
             << "allocation " << failAt << " failing left " << testing::PrintToString(probe.m_After)
             << ", neither " << testing::PrintToString(probe.m_Old) << " nor "
             << testing::PrintToString(clean.m_After);
     }
     EXPECT_EQ(points > 0, scenario.m_Allocates) << points << " failure points";
-    std::printf("[ sweep    ] %s: %d failure points\n", scenario.m_Name, points);
+    std::printf("[ sweep    ] %s: %d failure points, ended old %d, new %d, documented %d\n",
+                scenario.m_Name, points, ended[0], ended[1], ended[2]);
 }
 
 INSTANTIATE_TEST_SUITE_P(PublicOperations, AllocationSweep, testing::ValuesIn(SCENARIOS),

@@ -85,6 +85,12 @@ FAULTS = [
      "static_cast<size_t>(i_Index) > section->m_Properties.size()) {"),
     ("reader.warm-past-the-slots", READER,
      "m_Slots[i_Hash & (m_Slots.size() - 1)];", "m_Slots[(i_Hash & (m_Slots.size() - 1)) + 8];"),
+    ("reader.row-grows-too-little", READER,
+     "std::max({m_Size + i_Text.size(), 2 * m_Capacity, size_t(64)})",
+     "std::max({m_Size, m_Capacity, size_t(64)})"),
+    ("reader.row-leaked-when-it-cannot-grow", READER,
+     "        if (data == nullptr) {\n            throw std::bad_alloc();",
+     "        static_cast<void>(m_Data.release());\n        if (data == nullptr) {\n            throw std::bad_alloc();"),
     ("reader.path-not-converted", READER,
      "if (length == 0 || length == static_cast<size_t>(-1)) {", "if (length == 0) {"),
     # String.
