@@ -83,8 +83,6 @@ FAULTS = [
     ("reader.key-at-past-end", READER,
      "static_cast<size_t>(i_Index) >= section->m_Properties.size()) {",
      "static_cast<size_t>(i_Index) > section->m_Properties.size()) {"),
-    ("reader.warm-past-the-slots", READER,
-     "m_Slots[i_Hash & (m_Slots.size() - 1)];", "m_Slots[(i_Hash & (m_Slots.size() - 1)) + 8];"),
     ("reader.row-grows-too-little", READER,
      "std::max({m_Size + i_Text.size(), 2 * m_Capacity, size_t(64)})",
      "std::max({m_Size, m_Capacity, size_t(64)})"),

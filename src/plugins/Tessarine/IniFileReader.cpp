@@ -612,11 +612,13 @@ public:
     // Whether the table is too large for the cache to hold, so that a probe will wait for memory.
     bool large() const { return m_Slots.size() >= LARGE_SLOTS; }
 
-    // Reads the slot where a probe for a name of that hash begins, so that the probe finds it in
-    // the cache. The read is volatile, or the compiler would drop it, its value being unused.
+    // Starts to fetch the slot where a probe for a name of that hash begins, without waiting for
+    // it. A prefetch changes nothing that the compiler can see, so a function that does nothing
+    // else counts as free of effects and its calls are dropped; the empty asm statement is an
+    // effect that it must keep.
     void warm(uint32_t i_Hash) const {
-        Slot const& slot = m_Slots[i_Hash & (m_Slots.size() - 1)];
-        static_cast<void>(*static_cast<uint32_t const volatile*>(&slot.m_Position));
+        __builtin_prefetch(&m_Slots[i_Hash & (m_Slots.size() - 1)]);
+        __asm__ volatile("" ::: "memory");
     }
 
     void add(Text i_Name, uint32_t i_Position) {
@@ -859,20 +861,21 @@ public:
         for (size_t at = skipSpace(i_Ahead, 0, i_Classes); at < size;
              at = skipSpace(i_Ahead, at, i_Classes)) {
             bool const header = i_Ahead[at] == '[';
-            size_t const start = header ? at + 1 : at;
-            size_t end = start;
-            while (end < size && i_Ahead[end] != '\n' &&
-                   (header ? i_Ahead[end] != ']'
-                           : (i_Classes[byteValue(i_Ahead[end])] & KEY_STOP) == 0)) {
-                ++end;
-            }
             NameIndex const* const index = header ? sections : keys;
+            size_t end = at;
             if (index != nullptr) {
+                size_t const start = header ? at + 1 : at;
+                for (end = start; end < size && i_Ahead[end] != '\n'; ++end) {
+                    if (header ? i_Ahead[end] == ']'
+                               : (i_Classes[byteValue(i_Ahead[end])] & KEY_STOP) != 0) {
+                        break;
+                    }
+                }
                 auto const* const name = reinterpret_cast<unsigned char const*>(&i_Ahead[start]);
                 batch[count++] = {index, hashOf(name, end - start)};
-            }
-            if (count == batch.size()) {
-                fetch();
+                if (count == batch.size()) {
+                    fetch();
+                }
             }
             at = std::min(i_Ahead.find('\n', end), size);
         }
