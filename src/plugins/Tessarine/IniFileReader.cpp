@@ -24,6 +24,9 @@
 //   form and bytes.
 // - The order of the indexes is never seen: names are found through hash tables, and the
 //   positions come from the lists in which they were first met.
+// - Loading costs time in proportion to the file. A table of millions of names no longer fits
+//   the cache, so after each refill the store starts to fetch the slots that the names ahead
+//   will probe (look_ahead), and the waits for memory overlap instead of adding up.
 // - The stream, the read buffer and the store, which also holds the stream's buffer, are owned
 //   by RAII members, so they are released also when an allocation failure leaves the
 //   constructor, where no destructor runs. The stream is closed before the store goes.
