@@ -656,7 +656,7 @@ private:
 // fail: a name then enters its index and its list of positions together or not at all.
 template <typename Element> void reserveOneMore(std::vector<Element>& io_List) {
     if (io_List.size() == io_List.capacity()) {
-        io_List.reserve(std::max<size_t>(2, 2 * io_List.size()));
+        io_List.reserve(std::max<size_t>(1, 2 * io_List.size()));
     }
 }
 
