@@ -75,8 +75,8 @@ struct Figures {
     long peakKilobytes = 0;
 };
 
-// Loads the file in a child and counts the time of the load and the memory above an idle child's.
-void measure(std::string const& i_Path, long i_IdleKb, Figures& io_Figures) {
+// Loads the file in a child and counts the time of the load and its memory above an idle child's.
+void loadOnce(std::string const& i_Path, long i_IdleKb, Figures& io_Figures) {
     std::wstring const path(i_Path.begin(), i_Path.end());
     auto const run = TessarineBench::inChild("load", [&] {
         auto const start = std::chrono::steady_clock::now();
@@ -90,7 +90,7 @@ void measure(std::string const& i_Path, long i_IdleKb, Figures& io_Figures) {
 
 // Writes the text of case i_Case at size i_N. A child writes it, since a forked child counts
 // what its parent holds, and memory that the parent has freed would hide the reader's.
-std::string write(Case const& i_Case, size_t i_N, std::string const& i_Path) {
+std::string writeCase(Case const& i_Case, size_t i_N, std::string const& i_Path) {
     TessarineBench::inChild("write", [&] {
         std::string const text = i_Case.text(i_N);
         std::FILE* file = std::fopen(i_Path.c_str(), "wb");
@@ -107,13 +107,13 @@ std::string write(Case const& i_Case, size_t i_N, std::string const& i_Path) {
 // The figures of case i_Case at N and at 4N. The two files are loaded in turns, five times each,
 // so that a slow moment of the machine falls on both sizes alike.
 std::array<Figures, 2> measure(Case const& i_Case, std::string const& i_Directory) {
-    std::array<std::string, 2> const paths = {write(i_Case, N, i_Directory + "/n.ini"),
-                                              write(i_Case, 4 * N, i_Directory + "/4n.ini")};
+    std::array<std::string, 2> const paths = {writeCase(i_Case, N, i_Directory + "/n.ini"),
+                                              writeCase(i_Case, 4 * N, i_Directory + "/4n.ini")};
     long const idleKb = TessarineBench::inChild("idle", [] { return 0; }).peakKilobytes;
     std::array<Figures, 2> figures;
     for (int round = 0; round < 5; ++round) {
         for (size_t size = 0; size < paths.size(); ++size) {
-            measure(paths[size], idleKb, figures[size]);
+            loadOnce(paths[size], idleKb, figures[size]);
         }
     }
     for (std::string const& path : paths) {

@@ -847,9 +847,12 @@ public:
     // guess costs a fetch and nothing else, and a name that decodes to its own bytes hashes as
     // those bytes.
     void warm(std::string_view i_Ahead, std::array<unsigned char, 256> const& i_Classes) const {
-        NameIndex const* const sections = m_Index.large() ? &m_Index : nullptr;
-        NameIndex const* keys = m_Sections.empty() ? nullptr : &m_Sections[m_Receiving].m_Index;
-        keys = keys != nullptr && keys->large() ? keys : nullptr;
+        auto const ifLarge = [](NameIndex const& i_Index) {
+            return i_Index.large() ? &i_Index : nullptr;
+        };
+        NameIndex const* const sections = ifLarge(m_Index);
+        NameIndex const* const keys =
+            m_Sections.empty() ? nullptr : ifLarge(m_Sections[m_Receiving].m_Index);
         if (sections == nullptr && keys == nullptr) {
             return;
         }
