@@ -35,7 +35,7 @@ FAULTS = [
      "return i_Byte == '#' || i_Byte == '!' || i_Byte == ';';",
      "return i_Byte == '#' || i_Byte == ';';"),
     ("reader.header-ends-at-last-bracket", READER,
-     "size_t const end = line.find(']', 1);", "size_t const end = line.rfind(']');"),
+     "size_t const end = i_Line.find(']', 1);", "size_t const end = i_Line.rfind(']');"),
     ("reader.escaped-separator-ends-key", READER,
      "if (isSeparator(byte) ? backslashesBefore(i_Line, position) % 2 == 0",
      "if (isSeparator(byte) ? true"),

@@ -257,6 +257,12 @@ bool isComment(char i_Byte) {
     return i_Byte == '#' || i_Byte == '!' || i_Byte == ';';
 }
 
+// The name of a header line, which starts with '[': up to the first ']', or to the line's end.
+std::string_view headerName(std::string_view i_Line) {
+    size_t const end = i_Line.find(']', 1);
+    return i_Line.substr(1, end == std::string_view::npos ? end : end - 1);
+}
+
 // Where the key of a key line ends: at white space, or at a separator that is not escaped by an
 // odd run of backslashes. White space ends it even behind a backslash.
 size_t keyEnd(std::string_view i_Line, std::array<unsigned char, 256> const& i_Classes) {
@@ -292,8 +298,7 @@ bool IniFileReader::get_next_key(std::string& io_Section, std::string_view& o_Ke
         if (line[0] != '[') {
             break;
         }
-        size_t const end = line.find(']', 1);
-        io_Section.assign(line.substr(1, end == std::string_view::npos ? end : end - 1));
+        io_Section.assign(headerName(line));
         m_HeaderRead = true;
     }
     size_t const length = line.size();
@@ -869,24 +874,20 @@ public:
         size_t const size = i_Ahead.size();
         for (size_t at = skipSpace(i_Ahead, 0, i_Classes); at < size;
              at = skipSpace(i_Ahead, at, i_Classes)) {
-            bool const header = i_Ahead[at] == '[';
+            size_t const end = std::min(i_Ahead.find('\n', at), size);
+            std::string_view const line = i_Ahead.substr(at, end - at);
+            bool const header = line[0] == '[';
             NameIndex const* const index = header ? sections : keys;
-            size_t end = at;
             if (index != nullptr) {
-                size_t const start = header ? at + 1 : at;
-                for (end = start; end < size && i_Ahead[end] != '\n'; ++end) {
-                    if (header ? i_Ahead[end] == ']'
-                               : (i_Classes[byteValue(i_Ahead[end])] & KEY_STOP) != 0) {
-                        break;
-                    }
-                }
-                auto const* const name = reinterpret_cast<unsigned char const*>(&i_Ahead[start]);
-                batch[count++] = {index, hashOf(name, end - start)};
+                std::string_view const name =
+                    header ? headerName(line) : line.substr(0, keyEnd(line, i_Classes));
+                auto const* const bytes = reinterpret_cast<unsigned char const*>(name.data());
+                batch[count++] = {index, hashOf(bytes, name.size())};
                 if (count == batch.size()) {
                     fetch();
                 }
             }
-            at = std::min(i_Ahead.find('\n', end), size);
+            at = end;
         }
         fetch();
     }
