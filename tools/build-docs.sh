@@ -8,6 +8,7 @@ tools/require.sh build-docs cmake ninja doxygen
 
 build=build/docs
 cmake -S . -B "$build" -G Ninja -DTESSARINE_BUILD_TESTS=OFF -DTESSARINE_BUILD_EXAMPLES=OFF \
+    -DTESSARINE_BUILD_TOOLS=OFF \
     >/dev/null
 cmake --build "$build" --target docs
 echo "API reference: $build/docs/html/index.html"

@@ -9,7 +9,8 @@ tools/ensure-packages.sh build-essential g++ cmake ninja-build
 
 build=build/demo
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-    -DTESSARINE_BUILD_TESTS=OFF -DTESSARINE_BUILD_EXAMPLES=ON >/dev/null
+    -DTESSARINE_BUILD_TESTS=OFF -DTESSARINE_BUILD_EXAMPLES=ON -DTESSARINE_BUILD_TOOLS=OFF \
+    >/dev/null
 cmake --build "$build" --target tessarine-example-host comparison_plugin
 
 echo

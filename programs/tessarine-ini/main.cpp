@@ -29,7 +29,7 @@ using namespace TessarineTools;
 
 constexpr char const* PROGRAM = "tessarine-ini";
 
-constexpr char const* HELP = R"(usage: tessarine-ini [OPTIONS] FILE
+constexpr char const* HELP = R"(Usage: tessarine-ini [OPTIONS] FILE
 
 Shows what the Tessarine library reads from the properties file FILE: every section, key and
 value, as a properties file that reads back as the same. FILE may be - for standard input, a

@@ -76,7 +76,7 @@ class CommandLine(ToolTest):
         for name, shell, status, stdout, *error in rows:
             with self.subTest(name):
                 self.assertRun(self.run_tool(shell), status, stdout, *error)
-        self.assertTrue(self.run_tool('"$T" --help').stdout.startswith(b"usage: tessarine-ini"))
+        self.assertTrue(self.run_tool('"$T" --help').stdout.startswith(b"Usage: tessarine-ini"))
 
     # The sanitizers need more address space than the limit leaves.
     @unittest.skipIf(os.environ["TESSARINE_SANITIZE"] in ("ON", "1", "TRUE"), "sanitizers")
