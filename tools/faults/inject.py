@@ -102,7 +102,7 @@ def run_tests(build, junit):
 
 def failing_tests(build):
     """Builds, runs the tests and gives the names of those that failed (None: the build did)."""
-    if run(["cmake", "--build", build]).returncode != 0:
+    if run(["cmake", "--build", build, "-j2"]).returncode != 0:
         return None
     junit = build / "faults-junit.xml"
     junit.unlink(missing_ok=True)
