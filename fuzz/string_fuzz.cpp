@@ -4,8 +4,8 @@
 // C.UTF-8 a valid UTF-8 text must come back from getMultibyteString byte for byte. The input's
 // wide text, cut at its NULs, gives two wide texts: getMultibyteString must give what wcstombs
 // does (the empty text when it fails), which under C.UTF-8 widens back into the same text; case
-// mapping what towlower and towupper do character by
-// character, and the comparisons the order of wcscmp and, through collate, of strcoll.
+// mapping what towlower and towupper do character by character, and the comparisons the order of
+// wcscmp and, through collate, of strcoll.
 #include "WideInput.h"
 
 #include <Tessarine/String.h>
@@ -22,17 +22,23 @@ namespace {
 
 using TessarineFuzz::check;
 
+/// The length of the UTF-8 sequence that a byte starts, 0 for a byte that starts none.
+size_t sequenceLength(unsigned char i_Lead) {
+    if (i_Lead < 0x80) {
+        return 1;
+    }
+    if (i_Lead < 0xC2) { // a continuation byte, or the lead of an overlong pair
+        return 0;
+    }
+    return i_Lead < 0xE0 ? 2 : i_Lead < 0xF0 ? 3 : i_Lead < 0xF5 ? 4 : 0;
+}
+
 /// True for well-formed UTF-8: shortest forms only, no surrogates, nothing beyond U+10FFFF.
 bool isUtf8(std::string const& i_Text) {
     size_t at = 0;
     while (at < i_Text.size()) {
         auto const lead = static_cast<unsigned char>(i_Text[at]);
-        size_t const length = lead < 0x80   ? 1
-                              : lead < 0xC2 ? 0
-                              : lead < 0xE0 ? 2
-                              : lead < 0xF0 ? 3
-                              : lead < 0xF5 ? 4
-                                            : 0;
+        size_t const length = sequenceLength(lead);
         if (length == 0 || i_Text.size() - at < length) {
             return false;
         }
