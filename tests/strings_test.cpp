@@ -350,9 +350,13 @@ template <typename Right> std::string holding(VectorString const& i_Left, Right 
 // text is compared with the escaped text.
 TEST(VectorStringTest, ComparisonsLookAtTheCountFirst) {
     std::tuple<Texts, Texts, char const*> const lists[] = {
-        {{}, {L""}, "== < <= >="},         {{L""}, {}, "== <= > >="},
-        {{L"a"}, {L"b"}, "!= < <="},       {{L"b"}, {L"a"}, "!= > >="},
-        {{L"z"}, {L"a", L"a"}, "!= < <="}, {{L"a", L"b"}, {L"a,b"}, "!= > >="}};
+        {{}, {L""}, "== < <= >="},
+        {{L""}, {}, "== <= > >="},
+        {{L"a"}, {L"b"}, "!= < <="},
+        {{L"b"}, {L"a"}, "!= > >="},
+        {{L"z"}, {L"a", L"a"}, "!= < <="},
+        {{L"a", L"b"}, {L"a,b"}, "!= > >="},
+        {{L"a", L"b"}, {L"a", L"b"}, "== <= >="}};
     for (auto const& [left, right, expected] : lists) {
         EXPECT_EQ(holding(listOf(left), listOf(right)), expected)
             << testing::PrintToString(left) << " against " << testing::PrintToString(right);

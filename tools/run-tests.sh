@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the library and every test with warnings as errors under g++ and under clang++,
 # runs the tests with each, then runs them again under AddressSanitizer and
-# UndefinedBehaviorSanitizer; then builds the Debian packages and checks them with lintian.
+# UndefinedBehaviorSanitizer, and runs the threads test under ThreadSanitizer; then builds the
+# Debian packages and checks them with lintian.
 # With --system-install it also installs the packages on this machine, uses and removes them
 # (the tests labelled system-install, as CI runs them). Installs whatever build tools are
 # missing first (apt-get, as root or through sudo).
@@ -19,7 +20,7 @@ esac
 tools/ensure-packages.sh build-essential g++ clang cmake ninja-build libgtest-dev libgmock-dev \
     pkg-config python3 locales help2man bash-completion dpkg-dev fakeroot lintian
 
-for preset in ci-gcc ci-clang asan; do
+for preset in ci-gcc ci-clang asan tsan; do
     echo "=== $preset ==="
     cmake --workflow --preset "$preset" --fresh
 done

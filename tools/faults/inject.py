@@ -1,24 +1,30 @@
 #!/usr/bin/env python3
 """Injects single faults into the library, one at a time, and tells which ones the tests catch.
 
-usage: tools/faults/inject.py [-h] [--list] [--sanitize] [--faults FILE] [--work DIR] [NAME ...]
+usage: tools/faults/inject.py [-h] [--list] [--check] [--sanitize] [--faults FILE] [--work DIR]
+                              [NAME ...]
 
 Each fault replaces one snippet of a source with another (a flipped comparison, a dropped
 statement, ...). The tracked files are copied into a work directory, built once (Debug, or under
 AddressSanitizer with --sanitize), then for each fault: the fault goes in, the build is brought
-up to date, CTest runs every test but the install and memcheck ones, and the fault comes out.
-NAMEs pick faults by name; the default is all of FILE (tools/faults/library.py).
+up to date, CTest runs every test but the install, memcheck and snippet ones, and the fault
+comes out. NAMEs pick faults by name; the default is all of FILE (tools/faults/library.py).
+--check only checks that each snippet stands exactly once in its source, as the test build does.
 
-Exit status: 0 when every fault was caught, 1 when one was missed, 2 on a bad fault or a
-failing build or test run without any fault.
+Exit status: 0 when every fault was caught (or, with --check, every snippet is found once), 1
+when one was missed (or a snippet is missing or repeated), 2 on a bad fault or a failing build
+or test run without any fault.
 """
 
 import argparse
+import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 import time
+import xml.etree.ElementTree
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
 
@@ -27,6 +33,8 @@ def parse_arguments():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("names", nargs="*", metavar="NAME", help="faults to inject (default: all)")
     parser.add_argument("--list", action="store_true", help="list the faults and stop")
+    parser.add_argument("--check", action="store_true",
+                        help="check that each snippet stands once in its source, and stop")
     parser.add_argument("--sanitize", action="store_true", help="build under the sanitizers")
     parser.add_argument("--faults", default=TOP / "tools/faults/library.py", type=pathlib.Path)
     parser.add_argument("--work", default=TOP / "build/faults", type=pathlib.Path)
@@ -47,6 +55,19 @@ def run(command, **options):
     return subprocess.run(command, capture_output=True, text=True, **options)
 
 
+def report_misplaced(faults, tree):
+    """Names each fault whose snippet is missing from its source or stands there more than
+    once; true when there was one. Such a fault would test nothing, or the wrong place."""
+    misplaced = False
+    for name, path, old, _ in faults:
+        count = (tree / path).read_text().count(old)
+        if count != 1:
+            print("inject.py: %s: the snippet is in %s %d times" % (name, path, count),
+                  file=sys.stderr)
+            misplaced = True
+    return misplaced
+
+
 def prepare(work, sanitize):
     tree = work / "tree"
     shutil.rmtree(tree, ignore_errors=True)
@@ -61,17 +82,35 @@ def prepare(work, sanitize):
     return tree, build
 
 
+def run_tests(build, junit):
+    """Runs CTest in a process group of its own, which goes down with it: a fault that makes a
+    program loop forever outlives the test that timed out on it."""
+    # The snippet check fails for every fault that is in: it stays out, with the install and
+    # memcheck tests.
+    tests = subprocess.Popen(["ctest", "--test-dir", build, "-E", "package|valgrind|faults",
+                              "-j2", "--timeout", "60", "--output-junit", junit],
+                             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                             start_new_session=True)
+    try:
+        tests.wait()
+    finally:
+        try:
+            os.killpg(tests.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+
+
 def failing_tests(build):
     """Builds, runs the tests and gives the names of those that failed (None: the build did)."""
-    if run(["cmake", "--build", build]).returncode != 0:
+    if run(["cmake", "--build", build, "-j2"]).returncode != 0:
         return None
-    result = run(["ctest", "--test-dir", build, "-E", "package|valgrind", "-j2", "--timeout",
-                  "60"])
-    # A fault that makes a program loop forever outlives the test that timed out on it.
-    run(["pkill", "-f", str(build) + "/"])
-    failed = result.stdout.partition("The following tests FAILED:")[2]
-    return [line.split(" - ", 1)[1].split(" (")[0].split("  #")[0]
-            for line in failed.splitlines() if " - " in line]
+    junit = build / "faults-junit.xml"
+    junit.unlink(missing_ok=True)
+    run_tests(build, junit)
+    # CTest marks each test case run (passed), fail (failed or timed out), notrun (skipped, as
+    # the allocation sweep is under the sanitizers) or disabled.
+    return [case.get("name") for case in xml.etree.ElementTree.parse(junit).iter("testcase")
+            if case.get("status") == "fail"]
 
 
 def main():
@@ -80,7 +119,11 @@ def main():
     if arguments.list:
         print("\n".join("%s\t%s" % (name, path) for name, path, _, _ in faults))
         return 0
+    if arguments.check:
+        return 1 if report_misplaced(faults, TOP) else 0
     tree, build = prepare(arguments.work, arguments.sanitize)
+    if report_misplaced(faults, tree):
+        return 2
     if failing_tests(build) != []:
         print("inject.py: the build or its tests fail without any fault", file=sys.stderr)
         return 2
@@ -88,10 +131,6 @@ def main():
     for name, path, old, new in faults:
         source = tree / path
         text = source.read_text()
-        if text.count(old) != 1:
-            print("inject.py: %s: the snippet is in %s %d times" % (name, path, text.count(old)),
-                  file=sys.stderr)
-            return 2
         started = time.monotonic()
         source.write_text(text.replace(old, new))
         try:
