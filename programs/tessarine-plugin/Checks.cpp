@@ -18,7 +18,9 @@
 #define TESSARINE_TOOL_ASAN 1
 #endif
 #ifdef TESSARINE_TOOL_ASAN
-#include <sanitizer/allocator_interface.h>
+// The sanitizer runtime's count of the bytes its heap holds; declared here, as g++ ships no
+// header for it.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace TessarinePluginTool {

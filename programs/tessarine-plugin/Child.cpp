@@ -43,6 +43,11 @@ enum ChildStatus {
 }
 
 [[noreturn]] void runWork(std::function<void(int)> const& i_Work, int i_Out, int i_Pipe) {
+    // A crash of the plug-in ends the child with its signal, which the parent reports, even
+    // where a sanitizer runtime would catch the signal and exit with a status of its own.
+    for (int const signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL}) {
+        std::signal(signal, SIG_DFL);
+    }
     try {
         i_Work(i_Out);
         std::cout.flush();

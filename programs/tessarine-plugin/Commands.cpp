@@ -167,17 +167,15 @@ int exitStatus(ChildOutcome const& i_Outcome, std::string const& i_Path) {
     case ChildOutcome::Kind::LoadFailed:
         std::cerr << PROGRAM << ": cannot load " << i_Path << ": " << i_Outcome.m_Reason << '\n';
         return 2;
-    case ChildOutcome::Kind::NotAPlugin:
-        std::cerr << PROGRAM << ": " << i_Path << ": " << i_Outcome.m_Reason << '\n';
-        return 2;
     case ChildOutcome::Kind::OutOfMemory:
         std::cerr << PROGRAM << ": out of memory running " << i_Path << '\n';
         return 3;
+    case ChildOutcome::Kind::NotAPlugin:
     case ChildOutcome::Kind::Failed:
         break;
     }
     std::cerr << PROGRAM << ": " << i_Path << ": " << i_Outcome.m_Reason << '\n';
-    return 1;
+    return i_Outcome.m_Kind == ChildOutcome::Kind::NotAPlugin ? 2 : 1;
 }
 
 int info(std::string const& i_Path) {

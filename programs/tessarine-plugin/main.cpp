@@ -1,5 +1,6 @@
 // tessarine-plugin: shows, runs and checks Tessarine plug-ins, and starts new ones.
 
+#include "CommandLine.h"
 #include "Commands.h"
 
 #include <Tessarine/Version.h>
@@ -101,14 +102,6 @@ int cycles(char const* i_Text) {
     return static_cast<int>(value);
 }
 
-/// getopt names a short option by its letter, and leaves a long one (or one given an argument
-/// it does not take) to be found in the argument before optind.
-std::string unknownOption(char** i_Arguments) {
-    bool const letter = optopt > 0 && optopt < OPTION_VERSION;
-    return "unknown option " + (letter ? std::string{'-', static_cast<char>(optopt)}
-                                       : std::string(i_Arguments[optind - 1]));
-}
-
 Options parseArguments(int i_Count, char** i_Arguments) {
     Options options;
     opterr = 0;
@@ -140,7 +133,7 @@ Options parseArguments(int i_Count, char** i_Arguments) {
         case ':':
             throw UsageError(std::string(i_Arguments[optind - 1]) + " needs a value");
         default:
-            throw UsageError(unknownOption(i_Arguments));
+            throw UsageError(TessarineSupport::unknownOption(i_Arguments, OPTION_VERSION));
         }
     }
     options.m_Operands.assign(i_Arguments + optind, i_Arguments + i_Count);
