@@ -1,27 +1,13 @@
 #include "Checks.h"
 
+#include "HeapCounter.h"
 #include "PluginLibrary.h"
 #include "Text.h"
 
 #include <Tessarine/Plugin.h>
 
-#include <malloc.h>
 #include <set>
 #include <string>
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TESSARINE_TOOL_ASAN 1
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__)
-#define TESSARINE_TOOL_ASAN 1
-#endif
-#ifdef TESSARINE_TOOL_ASAN
-// The sanitizer runtime's count of the bytes its heap holds; declared here, as g++ ships no
-// header for it.
-extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
-#endif
 
 namespace TessarinePluginTool {
 
@@ -91,30 +77,20 @@ void leaseEach(Plugin& io_Plugin) {
     }
 }
 
-/// The bytes that the process holds on the heap. AddressSanitizer keeps its own heap, which
-/// glibc's counters do not see.
-std::size_t heapInUse() {
-#ifdef TESSARINE_TOOL_ASAN
-    return __sanitizer_get_current_allocated_bytes();
-#else
-    return mallinfo2().uordblks;
-#endif
-}
-
 /// Runs `i_Cycle` in three rounds of `i_Cycles`: the first fills what a plug-in rightly keeps
 /// (pools, caches, buffers that grow once), the two others are measured. Memory that grows in
 /// both by at least a byte a cycle is a leak; growth that stops, such as a vector that doubles
 /// once, is not.
 template <typename Cycle>
 void requireNoGrowth(int i_Cycles, char const* i_What, Cycle const& i_Cycle) {
-    std::size_t measures[3] = {};
-    for (std::size_t& measure : measures) {
+    long long measures[3] = {};
+    for (long long& measure : measures) {
         for (int cycle = 0; cycle < i_Cycles; ++cycle) {
             i_Cycle();
         }
         measure = heapInUse();
     }
-    auto const cycles = static_cast<std::size_t>(i_Cycles);
+    long long const cycles = i_Cycles;
     if (measures[1] >= measures[0] + cycles && measures[2] >= measures[1] + cycles) {
         throw Failure("the heap grows with each " + std::string(i_What) + ": by " +
                       std::to_string(measures[1] - measures[0]) + " bytes over " +
