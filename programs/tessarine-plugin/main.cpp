@@ -48,8 +48,8 @@ Options:
   -v, --verbose        with run: show the plug-in's events on standard error
   --json               with check: one JSON object a line per check, with "check", "result"
                        ("ok", "fail" or "skip") and, unless ok, "reason" and "output"
-  --cycles N           with check: the leak checks measure the heap after N and after 2N more
-                       cycles (default 200)
+  --cycles N           with check: the leak checks run three rounds of N cycles and fail when
+                       the heap grows by at least N bytes in both of the last two (default 200)
   --timeout S          with check: seconds a check may take before it counts as a hang and is
                        killed (default 10)
   -h, --help           show this text
