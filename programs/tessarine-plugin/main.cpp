@@ -168,6 +168,14 @@ RunSettings runSettings(Options const& i_Options) {
 }
 
 int command(Options& io_Options) {
+    if (io_Options.m_Action == Options::Action::Help) {
+        std::cout << HELP;
+        return 0;
+    }
+    if (io_Options.m_Action == Options::Action::Version) {
+        std::cout << PROGRAM << ' ' << TESSARINE_VERSION << '\n';
+        return 0;
+    }
     std::vector<std::string> const& operands = io_Options.m_Operands;
     if (operands.empty()) {
         throw UsageError("no command given");
@@ -208,16 +216,6 @@ int main(int argc, char** argv) {
     std::setlocale(LC_ALL, "");
     try {
         Options options = parseArguments(argc, argv);
-        switch (options.m_Action) {
-        case Options::Action::Help:
-            std::cout << HELP;
-            return 0;
-        case Options::Action::Version:
-            std::cout << PROGRAM << ' ' << TESSARINE_VERSION << '\n';
-            return 0;
-        case Options::Action::Command:
-            break;
-        }
         return command(options);
     } catch (UsageError const& error) {
         std::cerr << PROGRAM << ": " << error.what() << "\nTry '" << PROGRAM
