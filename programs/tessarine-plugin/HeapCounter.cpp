@@ -7,6 +7,7 @@
 
 #include "HeapCounter.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <malloc.h>
@@ -42,9 +43,8 @@ void __libc_free(void* i_Block);
 namespace {
 
 // Signed: a block that glibc made before the tool's functions took over may be freed through
-// them. The tool runs the plug-in on one thread; the count is approximate if a plug-in starts
-// others.
-long long g_InUse = 0;
+// them. Atomic, for a plug-in that allocates on threads of its own.
+std::atomic<long long> g_InUse{0};
 
 void* counted(void* i_Block) {
     if (i_Block != nullptr) {
