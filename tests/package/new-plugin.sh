@@ -11,6 +11,9 @@ tool=$1 prefix=$2 dir=$3 generator=$4 compiler=$5 flags=$6
 
 rm -rf "$dir"
 "$tool" new demo "$dir" >/dev/null
+# A helper with external linkage, as authors write them beside the generated class: the hidden
+# visibility that tessarine_add_plugin sets keeps it out of the module's exports.
+printf '\nint demoHelper();\nint demoHelper() { return 1; }\n' >>"$dir/DemoPlugin.cpp"
 cmake -S "$dir" -B "$dir/build" -G "$generator" -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build "$dir/build"
