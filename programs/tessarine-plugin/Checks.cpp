@@ -34,15 +34,6 @@ Plugin& initialized(PluginLibrary& io_Library) {
     return plugin;
 }
 
-std::vector<std::wstring> advertised(Plugin& io_Plugin) {
-    Tessarine::StringVector const& names = io_Plugin.listExpressions();
-    std::vector<std::wstring> result;
-    for (int index = 0; index < names.length(); ++index) {
-        result.emplace_back(static_cast<wchar_t const*>(names[index]));
-    }
-    return result;
-}
-
 Expression& lease(Plugin& io_Plugin, std::wstring const& i_Name) {
     Expression* expression = nullptr;
     int32_t const result = io_Plugin.getExpression(i_Name.c_str(), &expression);

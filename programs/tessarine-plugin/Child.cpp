@@ -9,6 +9,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <iostream>
+#include <memory>
 #include <new>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -180,8 +181,8 @@ ChildOutcome runInChild(std::function<void(int)> const& i_Work, ChildOutput i_Ou
     }
     Descriptor const reasonIn{pipeEnds[0]};
     Descriptor reasonOut{pipeEnds[1]};
-    FILE* const capture = std::tmpfile();
-    if (capture == nullptr) {
+    std::unique_ptr<FILE, int (*)(FILE*)> const capture(std::tmpfile(), &std::fclose);
+    if (!capture) {
         throw std::runtime_error(std::string("temporary file: ") + std::strerror(errno));
     }
     std::cout.flush();
@@ -189,12 +190,11 @@ ChildOutcome runInChild(std::function<void(int)> const& i_Work, ChildOutput i_Ou
     pid_t const child = fork();
     g_Child = child;
     if (child == 0) {
-        runWork(i_Work, redirect(i_Output, fileno(capture)), reasonOut.m_Fd);
+        runWork(i_Work, redirect(i_Output, fileno(capture.get())), reasonOut.m_Fd);
     }
     close(reasonOut.m_Fd);
     reasonOut.m_Fd = -1;
     if (child < 0) {
-        std::fclose(capture);
         throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
     }
     int status = 0;
@@ -208,9 +208,8 @@ ChildOutcome runInChild(std::function<void(int)> const& i_Work, ChildOutput i_Ou
         std::snprintf(seconds, sizeof seconds, "%g", i_TimeoutSeconds);
         result.m_Reason = std::string("still running after ") + seconds + " s, killed";
     }
-    std::rewind(capture);
-    result.m_Output = readAll(fileno(capture));
-    std::fclose(capture);
+    std::rewind(capture.get());
+    result.m_Output = readAll(fileno(capture.get()));
     return result;
 }
 

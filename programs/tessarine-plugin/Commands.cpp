@@ -76,9 +76,8 @@ void writeInfo(std::string const& i_Path, int i_Out) {
                           "\ndescription: " + text(plugin.getDescription()) +
                           "\nvendor: " + text(plugin.getVendor()) + "\nbuilt for: Tessarine " +
                           std::to_string(library.versionMajor()) + "\nexpressions:\n";
-    Tessarine::StringVector const& names = plugin.listExpressions();
-    for (int index = 0; index < names.length(); ++index) {
-        listing += text(names[index]) + '\n';
+    for (std::wstring const& name : advertised(plugin)) {
+        listing += displayText(name) + '\n';
     }
     plugin.cleanup();
     library.destroy(plugin);

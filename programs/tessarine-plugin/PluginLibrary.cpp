@@ -50,6 +50,15 @@ void PluginLibrary::unload() {
     m_Handle = nullptr;
 }
 
+std::vector<std::wstring> advertised(Tessarine::Plugin& io_Plugin) {
+    Tessarine::StringVector const& names = io_Plugin.listExpressions();
+    std::vector<std::wstring> result;
+    for (int index = 0; index < names.length(); ++index) {
+        result.emplace_back(static_cast<wchar_t const*>(names[index]));
+    }
+    return result;
+}
+
 void initialize(Tessarine::Plugin& io_Plugin) {
     int32_t const result = io_Plugin.initialize();
     if (result != PLUGIN_OK) {

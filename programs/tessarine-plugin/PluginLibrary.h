@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace TessarinePluginTool {
 
@@ -49,6 +50,9 @@ private:
     Tessarine::CreatePluginFunction m_Create;
     Tessarine::DestroyPluginFunction m_Destroy;
 };
+
+/// The names that the plug-in advertises, in its order.
+std::vector<std::wstring> advertised(Tessarine::Plugin& io_Plugin);
 
 /// Initialises the plug-in; throws Failure when initialize() does not return PLUGIN_OK.
 void initialize(Tessarine::Plugin& io_Plugin);
