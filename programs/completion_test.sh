@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Drives a program's bash completion the way bash does when Tab is pressed, in a bash that is
 # not interactive: the completion must be registered for the program, complete an option from
-# what the program's --help lists, and complete a file name where the program expects a file.
-#   usage: completion_test.sh BASH_COMPLETION COMPLETION PROGRAM
+# what the program's --help lists, and complete a file name where the program expects a file:
+# after the WORDs given, e.g. the command of a program whose first word names one.
+#   usage: completion_test.sh BASH_COMPLETION COMPLETION PROGRAM [WORD...]
 set -uo pipefail
 helpers=$1 completion=$2 program=$3
+shift 3
+before=("$@")
 name=$(basename "$program")
 
 # shellcheck source=/dev/null
@@ -41,5 +44,5 @@ if [ -z "$function" ]; then
     exit 1
 fi
 expect "--version" --vers
-expect "settings file.ini|settings.d" sett
+expect "settings file.ini|settings.d" "${before[@]}" sett
 exit $status

@@ -1,6 +1,6 @@
 #include "Host.h"
 
-#include "ExamplePluginApi.h"
+#include "ExampleResults.h"
 #include "HostError.h"
 #include "IniContent.h"
 #include "PluginLibrary.h"

@@ -56,6 +56,13 @@ PluginLibrary::PluginLibrary(std::string const& i_Path)
     if (!m_Handle) {
         throw HostError("cannot load plug-in " + m_Path + ": " + dlerror());
     }
+    using namespace Tessarine;
+    auto const major =
+        reinterpret_cast<PluginVersionMajorPointer>(entryPoint(PLUGIN_VERSION_MAJOR_SYMBOL));
+    if (*major != TESSARINE_VERSION_MAJOR) {
+        throw HostError("plug-in " + m_Path + " was built for Tessarine " + std::to_string(*major) +
+                        ", not " + std::to_string(TESSARINE_VERSION_MAJOR));
+    }
     auto const create = reinterpret_cast<CreatePluginFunction>(entryPoint(CREATE_PLUGIN_SYMBOL));
     m_Destroy = reinterpret_cast<DestroyPluginFunction>(entryPoint(DESTROY_PLUGIN_SYMBOL));
     m_Plugin = create();
@@ -74,7 +81,7 @@ PluginLibrary::~PluginLibrary() {
 void* PluginLibrary::entryPoint(char const* i_Symbol) {
     void* const address = dlsym(m_Handle.get(), i_Symbol);
     if (address == nullptr) {
-        throw HostError(m_Path + " is no example plug-in: it does not export " + i_Symbol);
+        throw HostError(m_Path + " is no Tessarine plug-in: it does not export " + i_Symbol);
     }
     return address;
 }

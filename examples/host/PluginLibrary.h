@@ -1,7 +1,7 @@
 #ifndef TESSARINE_EXAMPLES_PLUGIN_LIBRARY_H
 #define TESSARINE_EXAMPLES_PLUGIN_LIBRARY_H
 
-#include "ExamplePluginApi.h"
+#include <Tessarine/PluginEntry.h>
 
 #include <memory>
 #include <string>
@@ -17,7 +17,8 @@ namespace TessarineExamples {
 class PluginLibrary {
 public:
     /// Loads the shared object and makes its plug-in. Throws HostError naming the file when
-    /// it cannot be loaded, lacks one of the two entry points, or makes no plug-in.
+    /// it cannot be loaded, lacks one of its three entry points, was built for another major
+    /// version of the library, or makes no plug-in.
     explicit PluginLibrary(std::string const& i_Path);
     ~PluginLibrary();
 
@@ -36,7 +37,7 @@ private:
 
     std::string const m_Path;
     std::unique_ptr<void, Unloader> m_Handle;
-    DestroyPluginFunction m_Destroy;
+    Tessarine::DestroyPluginFunction m_Destroy;
     Tessarine::Plugin* m_Plugin;
 };
 

@@ -1,7 +1,7 @@
 #include "Comparisons.h"
 
 #include "ComparisonPlugin.h"
-#include "ExamplePluginApi.h"
+#include "ExampleResults.h"
 #include "Text.h"
 
 #include <Tessarine/String.h>

@@ -4,7 +4,8 @@
 
 #include "ComparisonPlugin.h"
 
-#include <new>
+#include <Tessarine/PluginEntry.h>
+
 #include <string_view>
 
 namespace {
@@ -23,13 +24,4 @@ protected:
 
 } // namespace
 
-// The entry points as a plug-in from outside this tree writes them (docs/writing-a-plugin.md).
-extern "C" __attribute__((visibility("default"))) Tessarine::Plugin*
-tessarine_example_create_plugin() {
-    return new (std::nothrow) SynonymPlugin; // null when it cannot be made: nothing may throw here
-}
-
-extern "C" __attribute__((visibility("default"))) void
-tessarine_example_destroy_plugin(Tessarine::Plugin* i_Plugin) {
-    delete i_Plugin; // deleted by the shared object that made it
-}
+TESSARINE_PLUGIN(SynonymPlugin);

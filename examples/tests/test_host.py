@@ -64,7 +64,7 @@ class Host(unittest.TestCase):
             ("no plug-in in the directory", 1, "", "no plug-in (*.so) in", SAMPLE,
              self.plugins("none")),
             ("missing plug-in directory", 1, "", "plug-in directory", SAMPLE, self.path("gone")),
-            ("shared object without the factory", 1, "", "lib.so is no example plug-in", SAMPLE,
+            ("shared object without the factory", 1, "", "lib.so is no Tessarine plug-in", SAMPLE,
              self.plugins("lib", ("lib.so", LIBRARY))),
             ("file that is no shared object", 1, "", "cannot load plug-in", SAMPLE,
              self.plugins("fake", ("fake.so", SAMPLE))),

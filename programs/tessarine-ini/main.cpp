@@ -1,6 +1,7 @@
 // tessarine-ini: shows what the library reads from a properties file, checks a file against the
 // traps of the format, and converts UTF-8 text into the format's escapes.
 
+#include "CommandLine.h"
 #include "Escape.h"
 #include "IniContent.h"
 #include "IniListing.h"
@@ -114,14 +115,6 @@ void checkCombination(Options const& i_Options) {
     }
 }
 
-/// getopt names a short option by its letter, and leaves a long one (or one given an argument
-/// it does not take) to be found in the argument before optind.
-std::string unknownOption(char** i_Arguments) {
-    bool const letter = optopt > 0 && optopt < OPTION_VERSION;
-    return "unknown option " + (letter ? std::string{'-', static_cast<char>(optopt)}
-                                       : std::string(i_Arguments[optind - 1]));
-}
-
 Options parseArguments(int i_Count, char** i_Arguments) {
     Options options;
     opterr = 0;
@@ -154,7 +147,7 @@ Options parseArguments(int i_Count, char** i_Arguments) {
         case ':':
             throw UsageError("--get needs a section and a key");
         default:
-            throw UsageError(unknownOption(i_Arguments));
+            throw UsageError(TessarineSupport::unknownOption(i_Arguments, OPTION_VERSION));
         }
     }
     if (optind != i_Count - 1) {

@@ -5,6 +5,10 @@
 
 /// @file
 /// Umbrella header: every public class of the library, and its version.
+///
+/// Tessarine/PluginEntry.h is left out: it declares the entry points that a plug-in defines with
+/// TESSARINE_PLUGIN(), which no host or library code should see declared as if they were its
+/// own. A plug-in's entry file and a loader include it themselves.
 
 #include "Tessarine/Configuration.h"
 #include "Tessarine/Expression.h"
