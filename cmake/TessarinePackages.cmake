@@ -103,7 +103,7 @@ ${_about}\n.\nThis package holds the headers, the CMake package and the pkg-conf
 for building hosts and plug-ins, and the valgrind suppressions that hosts need.")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "tools for Tessarine plug-ins and properties files\n${_about}\n\
 .\nThis package holds the command-line programs: tessarine-ini shows, checks and\n\
-escapes properties files as the library reads them; tessarine-plugin shows, runs\n\
-and checks plug-ins against their contract, and starts new plug-in projects.")
+escapes properties files as the library reads them; tessarine-plugin shows,\n\
+runs and checks plug-ins against their contract and starts new projects.")
 
 include(CPack)
