@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian packages with apt-get as a user would, builds the smallest program on them
 # through pkg-config and through find_package and runs it, finds the inspector's manual page and
-# completion, and removes the packages again: nothing they installed may be left, but for
-# directories that another package also owns. Nothing tells the compiler, CMake or the
+# completion, builds, checks and runs a project that tessarine-plugin writes, and removes the
+# packages again: nothing they installed may be left, but for directories that another package
+# also owns. Nothing tells the compiler, CMake or the
 # programs where Tessarine is: no prefix, run path or environment variable. Changes the
 # machine; needs root or sudo.
 #   usage: install_test.sh PACKAGE_DIR SOURCE_DIR
@@ -42,6 +43,14 @@ clean tessarine-ini --get "same release" right "$source/examples/sample.ini"
 clean man -w tessarine-ini
 clean bash -c 'source /usr/share/bash-completion/bash_completion &&
                __load_completion tessarine-ini && complete -p tessarine-ini'
+
+step "tessarine-plugin new, built, checked and run"
+clean tessarine-plugin new demo "$work/demo" >/dev/null
+clean cmake -S "$work/demo" -B "$work/demo/build" >/dev/null
+clean cmake --build "$work/demo/build" >/dev/null
+clean ctest --test-dir "$work/demo/build" --no-tests=error >/dev/null
+clean tessarine-plugin run "$work/demo/build/demo.so" Greeting who=apt
+clean man -w tessarine-plugin
 
 step "apt-get purge ${names[*]}"
 purge
