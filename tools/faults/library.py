@@ -15,8 +15,8 @@ CONFIGURATION = "src/plugins/Tessarine/Configuration.cpp"
 FAULTS = [
     # The reader: bytes, rows and logical lines.
     ("reader.refill-late", READER,
-     "if (state.m_BufferPosition >= state.m_BufferLength) {\n        state.m_BufferPosition = 0;",
-     "if (state.m_BufferPosition > state.m_BufferLength) {\n        state.m_BufferPosition = 0;"),
+     "if (state.m_BufferPosition >= state.m_BufferLength) {\n        state.refill();",
+     "if (state.m_BufferPosition > state.m_BufferLength) {\n        state.refill();"),
     ("reader.long-row-step", READER,
      "m_BufferPosition += static_cast<uint32_t>(taken - 1);",
      "m_BufferPosition += static_cast<uint32_t>(taken);"),

@@ -94,7 +94,7 @@ void lookAhead(std::string_view i_Ahead, ByteClasses const& i_Classes, Ini::Stor
 
 } // namespace
 
-struct IniFileReader::State {
+struct TESSARINE_LOCAL IniFileReader::State {
     // The stream's buffer comes before the stream, so that it outlives it.
     std::array<char, STREAM_BUFFER_SIZE> m_StreamBuffer;
     Ini::Store m_Store;
@@ -108,6 +108,9 @@ struct IniFileReader::State {
     Bytes m_Line;
     // Set by get_next_key() at every header.
     bool m_HeaderRead = false;
+
+    // Reads the next block of the stream into the read buffer, from its start.
+    void refill();
 };
 
 IniFileReader::IniFileReader(wchar_t const* i_FileName)
@@ -176,14 +179,17 @@ int IniFileReader::open() {
 }
 
 // After each refill, the store is shown the names of the lines that the buffer now holds.
+void IniFileReader::State::refill() {
+    m_BufferPosition = 0;
+    m_BufferLength =
+        static_cast<uint32_t>(std::fread(m_Buffer.data(), 1, m_Buffer.size(), m_File.get()));
+    lookAhead(std::string_view(m_Buffer.data(), m_BufferLength), m_ByteClasses, m_Store);
+}
+
 bool IniFileReader::get_char(char& o_Byte) {
     State& state = *m_State;
     if (state.m_BufferPosition >= state.m_BufferLength) {
-        state.m_BufferPosition = 0;
-        state.m_BufferLength = static_cast<uint32_t>(
-            std::fread(state.m_Buffer.data(), 1, state.m_Buffer.size(), state.m_File.get()));
-        lookAhead(std::string_view(state.m_Buffer.data(), state.m_BufferLength),
-                  state.m_ByteClasses, state.m_Store);
+        state.refill();
     }
     if (state.m_BufferPosition >= state.m_BufferLength) {
         return false;

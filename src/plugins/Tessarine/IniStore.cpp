@@ -60,15 +60,6 @@ void Arena::grow(size_t i_Bytes) {
 
 // ---- The indexes -------------------------------------------------------------------------
 
-void NameIndex::place(std::vector<Slot>& io_Slots, Slot i_Slot) {
-    size_t const mask = io_Slots.size() - 1;
-    size_t at = i_Slot.m_Hash & mask;
-    while (io_Slots[at].m_Position != NONE) {
-        at = (at + 1) & mask;
-    }
-    io_Slots[at] = i_Slot;
-}
-
 // Fetches the first four slots of the probe: about half the probes go on past the first slot,
 // and four slots take at most two cache lines. A prefetch changes nothing that the compiler can
 // see, so a function that does nothing else counts as free of effects and its calls are dropped;
@@ -124,7 +115,7 @@ void Store::expect(bool i_Header, std::string_view i_Name) {
 
 void Store::fetchExpected() {
     for (size_t i = 0; i < m_ExpectedCount; ++i) {
-        m_Expected[i].first->warm(m_Expected[i].second);
+        m_Expected[i].m_Index->warm(m_Expected[i].m_Hash);
     }
     m_ExpectedCount = 0;
 }

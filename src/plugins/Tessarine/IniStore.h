@@ -33,7 +33,6 @@
 #include <new>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace Tessarine {
@@ -204,7 +203,14 @@ private:
         uint32_t m_Position;
     };
 
-    static void place(std::vector<Slot>& io_Slots, Slot i_Slot);
+    static void place(std::vector<Slot>& io_Slots, Slot i_Slot) {
+        size_t const mask = io_Slots.size() - 1;
+        size_t at = i_Slot.m_Hash & mask;
+        while (io_Slots[at].m_Position != NONE) {
+            at = (at + 1) & mask;
+        }
+        io_Slots[at] = i_Slot;
+    }
 
     std::vector<Slot> m_Slots;
 };
@@ -312,8 +318,13 @@ private:
     NameIndex m_Index;
     // The section that received the last key line.
     size_t m_Receiving = 0;
-    // The hashes of the look-ahead's batch, with the index that each is for.
-    std::array<std::pair<NameIndex const*, uint32_t>, 64> m_Expected;
+    // The hashes of the look-ahead's batch, with the index that each is for; left uninitialised,
+    // as only the first m_ExpectedCount are ever read.
+    struct Expected {
+        NameIndex const* m_Index;
+        uint32_t m_Hash;
+    };
+    std::array<Expected, 64> m_Expected;
     size_t m_ExpectedCount = 0;
 };
 
