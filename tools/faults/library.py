@@ -46,6 +46,8 @@ FAULTS = [
     ("reader.value-keeps-leading-blanks", READER,
      "o_Value = line.substr(skipSpace(line, position, classes));",
      "o_Value = line.substr(position);"),
+    ("reader.byte-classes-kept-across-locales", READER,
+     "if (name == nullptr || std::strcmp(name, m_Name.data()) != 0) {", "if (name == nullptr) {"),
     ("reader.colon-no-separator", READER,
      "return i_Byte == '=' || i_Byte == ':';", "return i_Byte == '=';"),
     # The reader: decoding.

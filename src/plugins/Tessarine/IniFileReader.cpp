@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <clocale>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -295,14 +296,53 @@ bool isSeparator(char i_Byte) {
     return i_Byte == '=' || i_Byte == ':';
 }
 
-// The classes of every byte value in the current LC_CTYPE.
-void fillByteClasses(ByteClasses& o_Classes) {
+// The classes of every byte value, asked of the current LC_CTYPE.
+void askByteClasses(ByteClasses& o_Classes) {
     for (unsigned value = 0; value < 256; ++value) {
         o_Classes[value] = std::isspace(static_cast<int>(value)) != 0 ? SPACE | KEY_STOP : 0;
     }
     for (char const stop : {'=', ':', BACKSLASH}) {
         o_Classes[byteValue(stop)] |= KEY_STOP;
     }
+}
+
+// The byte classes that the last load on this thread asked for, with the name of the global
+// LC_CTYPE that they were asked under. The C library keeps the data of a locale that it has
+// loaded under its name, so while the thread follows the global locale and LC_CTYPE keeps its
+// name, isspace() keeps its answers, and the load of a small file is spared 256 calls. A thread
+// with a locale of its own (uselocale), or a name too long to keep, is asked at every load.
+class ByteClassCache {
+public:
+    void fill(ByteClasses& o_Classes) {
+        char const* const name = globalName();
+        if (name == nullptr || std::strcmp(name, m_Name.data()) != 0) {
+            askByteClasses(m_Classes);
+            // No locale has the empty name, so that no load matches it.
+            std::strcpy(m_Name.data(), name == nullptr ? "" : name);
+        }
+        o_Classes = m_Classes;
+    }
+
+private:
+    static constexpr size_t NAME_SIZE = 64;
+
+    // The name of the global LC_CTYPE when this thread follows it and the name fits, else null.
+    static char const* globalName() {
+        if (uselocale(nullptr) != LC_GLOBAL_LOCALE) {
+            return nullptr;
+        }
+        char const* const name = std::setlocale(LC_CTYPE, nullptr);
+        return name != nullptr && std::strlen(name) < NAME_SIZE ? name : nullptr;
+    }
+
+    ByteClasses m_Classes{};
+    std::array<char, NAME_SIZE> m_Name{};
+};
+
+// The classes of every byte value in the current LC_CTYPE.
+void fillByteClasses(ByteClasses& o_Classes) {
+    thread_local ByteClassCache cache;
+    cache.fill(o_Classes);
 }
 
 // Position of the first byte at or after i_From that is no white space.
