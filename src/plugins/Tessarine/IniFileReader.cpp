@@ -21,7 +21,7 @@
 // - The scanner hands out rows, logical lines, names and values as views of its read buffer;
 //   only a row that goes on beyond the buffer and a line of several rows are copied, into
 //   m_Row and m_Line. What a byte is to it (white space, a byte that may end a key) comes from
-//   a table filled from the locale once per load.
+//   a table that each load takes from the locale, through a cache of the thread's last one.
 // - The decoder turns the raw text of a name or value into stored text, right into the free
 //   room of the store's arena, resolving the escapes on the way.
 // - The store (IniStore.h) keeps the texts, the sections in their order and the indexes that
