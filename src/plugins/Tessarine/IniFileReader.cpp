@@ -126,7 +126,8 @@ int32_t IniFileReader::load() {
         return 0;
     }
     State& state = *m_State;
-    // The locale is asked once per byte value, not once per byte of the file.
+    // The locale is asked once per byte value, not once per byte of the file, and not at all
+    // while LC_CTYPE keeps its name.
     fillByteClasses(state.m_ByteClasses);
     Decoder const decoder;
 
