@@ -111,6 +111,19 @@ TEST_F(IniReader, BytesAreWidenedByTheFacetOfWcout) {
     std::wcout.imbue(previous);
 }
 
+// White space is what isspace() says in the LC_CTYPE of each load, also when the locale changes
+// between loads on one thread: "spaced" counts the no-break space (0xA0) as white space.
+TEST_F(IniReader, WhiteSpaceFollowsTheLocaleOfEachLoad) {
+    std::string const text = "\xA0k\xA0=\xA0v\n";
+    std::string const inC = read(text);
+    EXPECT_NE(inC, "[]\nk|v\n");
+    {
+        ScopedLocale const spaced("spaced.ISO-8859-1");
+        EXPECT_EQ(read(text), "[]\nk|v\n");
+    }
+    EXPECT_EQ(read(text), inC);
+}
+
 TEST_F(IniReader, UnescapeDecodesSequences) {
     // clang-format off
     std::pair<std::string, std::wstring> const cases[] = {

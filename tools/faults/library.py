@@ -3,6 +3,7 @@
 # every source of the library, at places that decide what a caller sees.
 
 READER = "src/plugins/Tessarine/IniFileReader.cpp"
+STORE = "src/plugins/Tessarine/IniStore.h"
 STRING = "src/plugins/Tessarine/String.cpp"
 VECTOR = "src/plugins/Tessarine/StringVector.cpp"
 LIST = "src/plugins/Tessarine/VectorString.cpp"
@@ -14,8 +15,8 @@ CONFIGURATION = "src/plugins/Tessarine/Configuration.cpp"
 FAULTS = [
     # The reader: bytes, rows and logical lines.
     ("reader.refill-late", READER,
-     "if (m_BufferPosition >= m_BufferLength) {\n        m_BufferPosition = 0;",
-     "if (m_BufferPosition > m_BufferLength) {\n        m_BufferPosition = 0;"),
+     "if (state.m_BufferPosition >= state.m_BufferLength) {\n        state.refill();",
+     "if (state.m_BufferPosition > state.m_BufferLength) {\n        state.refill();"),
     ("reader.long-row-step", READER,
      "m_BufferPosition += static_cast<uint32_t>(taken - 1);",
      "m_BufferPosition += static_cast<uint32_t>(taken);"),
@@ -26,9 +27,9 @@ FAULTS = [
      "    if (backslashesBefore(row, row.size()) % 2 == 0) {\n        o_Line = row;",
      "    if (true) {\n        o_Line = row;"),
     ("reader.continuation-keeps-backslash", READER,
-     "        m_Line.pop_back();\n    }", "    }"),
+     "        state.m_Line.pop_back();\n    }", "    }"),
     ("reader.continued-row-not-trimmed", READER,
-     "    while (get_row(row)) {\n        row.remove_prefix(skipSpace(row, 0, m_ByteClasses));",
+     "    while (get_row(row)) {\n        row.remove_prefix(skipSpace(row, 0, state.m_ByteClasses));",
      "    while (get_row(row)) {"),
     # The reader: the grammar of a line.
     ("reader.bang-no-comment", READER,
@@ -43,8 +44,10 @@ FAULTS = [
      "            if (position < length && isSeparator(line[position])) {",
      "            if (position + 1 < length && isSeparator(line[position])) {"),
     ("reader.value-keeps-leading-blanks", READER,
-     "o_Value = line.substr(skipSpace(line, position, m_ByteClasses));",
+     "o_Value = line.substr(skipSpace(line, position, classes));",
      "o_Value = line.substr(position);"),
+    ("reader.byte-classes-kept-across-locales", READER,
+     "if (name == nullptr || std::strcmp(name, m_Name.data()) != 0) {", "if (name == nullptr) {"),
     ("reader.colon-no-separator", READER,
      "return i_Byte == '=' || i_Byte == ':';", "return i_Byte == '=';"),
     # The reader: decoding.
@@ -67,18 +70,18 @@ FAULTS = [
     ("reader.facet-ignored", READER,
      "if (typeid(facet) == typeid(std::ctype<wchar_t>)) {", "if (true) {"),
     # The reader: the store and the queries.
-    ("reader.first-value-wins", READER,
+    ("reader.first-value-wins", STORE,
      "            properties[at].m_Value = keep(i_Value, i_Decoder);\n            return;",
      "            return;"),
-    ("reader.hash-alone-finds", READER,
+    ("reader.hash-alone-finds", STORE,
      "if (slot.m_Hash == hash && i_NameAt(slot.m_Position) == i_Name) {",
      "if (slot.m_Hash == hash) {"),
-    ("reader.empty-texts-equal", READER,
+    ("reader.empty-texts-equal", STORE,
      "(m_Form < 2 || std::memcmp(m_Data, i_Other.m_Data, bytes()) == 0);",
      "(m_Form < 4 || std::memcmp(m_Data, i_Other.m_Data, bytes()) == 0);"),
     ("reader.header-ignored-between-keys", READER,
-     "if (!inSection || m_HeaderRead) {", "if (!inSection) {"),
-    ("reader.index-too-full", READER,
+     "if (!inSection || state.m_HeaderRead) {", "if (!inSection) {"),
+    ("reader.index-too-full", STORE,
      "(i_Count + 1) * 4 <= m_Slots.size() * 3) {", "(i_Count + 1) * 4 <= m_Slots.size() * 4) {"),
     ("reader.key-at-past-end", READER,
      "static_cast<size_t>(i_Index) >= section->m_Properties.size()) {",

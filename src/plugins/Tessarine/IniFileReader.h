@@ -3,9 +3,7 @@
 #ifndef TESSARINE_INIFILEREADER_H
 #define TESSARINE_INIFILEREADER_H
 
-#include <array>
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -83,58 +81,19 @@ public:
     uint8_t hex2char(char const* i_Digits);
 
 private:
-    // What the file held, with the indexes that answer the queries; defined in the source.
-    class Store;
-
-    struct FileCloser {
-        TESSARINE_LOCAL void operator()(std::FILE* i_File) const;
-    };
-
-    // Bytes that grow by realloc, which moves the pages of a large block instead of copying its
-    // bytes: a row or a line of many megabytes costs no copy of what it already holds.
-    class TESSARINE_LOCAL Bytes {
-    public:
-        void assign(std::string_view i_Text);
-        void append(std::string_view i_Text);
-        void pop_back() { --m_Size; }
-        std::string_view view() const { return std::string_view(m_Data.get(), m_Size); }
-        // Gives the memory back.
-        void release();
-
-    private:
-        struct Free {
-            void operator()(char* i_Data) const;
-        };
-
-        std::unique_ptr<char, Free> m_Data;
-        size_t m_Size = 0;
-        size_t m_Capacity = 0;
-    };
+    // The stream, the scanner's buffers and the store of what the file held; defined in the
+    // source, so that none of them shows here.
+    struct State;
 
     TESSARINE_LOCAL int open();
     TESSARINE_LOCAL bool get_char(char& o_Byte);
-    TESSARINE_LOCAL void look_ahead();
     TESSARINE_LOCAL bool get_row(std::string_view& o_Row);
     TESSARINE_LOCAL bool get_line(std::string_view& o_Line);
     TESSARINE_LOCAL bool get_next_key(std::string& io_Section, std::string_view& o_Key,
                                       std::string_view& o_Value);
 
-    std::unique_ptr<Store> m_Store;
     std::wstring m_FileName;
-    int32_t const m_BufferSize;
-    std::unique_ptr<char[]> m_Buffer;
-    uint32_t m_BufferLength;
-    uint32_t m_BufferPosition;
-    // The stream's buffer, held by the store, which outlives the stream.
-    char* m_StreamBuffer;
-    std::unique_ptr<std::FILE, FileCloser> m_File;
-    // What each byte value is to the scanner in the current load (white space, key stop).
-    std::array<unsigned char, 256> m_ByteClasses;
-    // A row that goes on beyond the read buffer, and a logical line of several rows.
-    Bytes m_Row;
-    Bytes m_Line;
-    // Set by get_next_key() at every header.
-    bool m_HeaderRead;
+    std::unique_ptr<State> m_State;
 };
 
 } // namespace Tessarine
