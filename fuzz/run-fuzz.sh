@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds a fuzz target with clang and runs it for a bounded time on a scratch copy of its seed
 # corpus. Fails on any crash, leak, sanitizer report, broken oracle or time-out.
-#   usage: fuzz/run-fuzz.sh TARGET SECONDS    (TARGET: ini, list or string)
+#   usage: fuzz/run-fuzz.sh TARGET SECONDS    (TARGET: ini, inspector, list or string)
 set -euo pipefail
 usage="usage: run-fuzz.sh TARGET SECONDS"
 target=${1:?$usage}
@@ -14,7 +14,7 @@ if [ ! -f "fuzz/${target}_fuzz.cpp" ]; then
 fi
 case $target in
     # Files up to 8 KiB, so that rows, continuations and CR LF pairs cross buffer refills.
-    ini) max_len=8192 ;;
+    ini | inspector) max_len=8192 ;;
     *) max_len=1024 ;;
 esac
 
