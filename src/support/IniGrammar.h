@@ -39,13 +39,13 @@ inline std::size_t trailingBackslashes(std::string_view i_Text) {
 }
 
 /// The rows of a file: the text between LFs (a LF at the very end starts no further row),
-/// without the runs of CRs at either end. A CR between other bytes stays.
+/// without the run of CRs at the end. A CR between other bytes stays. The CRs at the start go
+/// with the row's leading white space, which every locale's isspace() takes them for.
 inline std::vector<std::string_view> iniRows(std::string_view i_Bytes) {
     std::vector<std::string_view> rows;
     for (std::size_t start = 0; start < i_Bytes.size();) {
         std::size_t const end = std::min(i_Bytes.find('\n', start), i_Bytes.size());
         std::string_view row = i_Bytes.substr(start, end - start);
-        row.remove_prefix(std::min(row.find_first_not_of('\r'), row.size()));
         row.remove_suffix(row.size() - (row.find_last_not_of('\r') + 1));
         rows.push_back(row);
         start = end + 1;
@@ -91,7 +91,8 @@ inline std::vector<IniLine> iniLines(std::string_view i_Bytes) {
             std::string_view const next = skipIniSpace(rows[++row]);
             line.m_RowStarts.push_back(line.m_Text.size());
             line.m_Text += next;
-            goesOn = !next.empty() && trailingBackslashes(next) % 2 == 1;
+            // A row with nothing left ends in no backslash, so it ends the line.
+            goesOn = trailingBackslashes(next) % 2 == 1;
         }
         lines.push_back(std::move(line));
     }
