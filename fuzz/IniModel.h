@@ -1,16 +1,17 @@
 #ifndef TESSARINE_FUZZ_INI_MODEL_H
 #define TESSARINE_FUZZ_INI_MODEL_H
 
-// The format read the plain way: a byte at a time, into lists searched from the front, with the
-// reader's own unescape() for the decoding. It is slow and obviously right, and it is the oracle
-// against which the reader's views, byte tables, arena and hash indexes are checked.
+// The format read the plain way: the logical lines of the tools' own grammar, into lists searched
+// from the front, with the reader's own unescape() for the decoding. It is slow and obviously
+// right, and it is the oracle against which the reader's views, byte tables, arena and hash
+// indexes are checked.
 
 #include "IniContent.h"
+#include "IniGrammar.h"
 
 #include <Tessarine/IniFileReader.h>
 
 #include <algorithm>
-#include <cctype>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,39 +19,6 @@
 namespace TessarineFuzz {
 
 using TessarineSupport::IniSection;
-
-inline bool isSpace(char i_Byte) {
-    return std::isspace(static_cast<unsigned char>(i_Byte)) != 0;
-}
-
-inline size_t backslashesBefore(std::string const& i_Text, size_t i_End) {
-    size_t count = 0;
-    while (count < i_End && i_Text[i_End - 1 - count] == '\\') {
-        ++count;
-    }
-    return count;
-}
-
-inline std::string trimmedFront(std::string const& i_Row) {
-    size_t start = 0;
-    while (start < i_Row.size() && isSpace(i_Row[start])) {
-        ++start;
-    }
-    return i_Row.substr(start);
-}
-
-// The rows between line feeds, without the carriage returns at their ends.
-inline std::vector<std::string> rowsOf(std::string const& i_Bytes) {
-    std::vector<std::string> rows;
-    for (size_t at = 0; at < i_Bytes.size();) {
-        size_t const end = std::min(i_Bytes.find('\n', at), i_Bytes.size());
-        std::string row = i_Bytes.substr(at, end - at);
-        row.erase(row.find_last_not_of('\r') + 1);
-        rows.push_back(row);
-        at = end + 1;
-    }
-    return rows;
-}
 
 // The element of that name, added at the end when the name is new: the first key line that a
 // name appears on fixes its place.
@@ -71,41 +39,25 @@ auto& named(List& io_List, Name const& i_Name, Field i_Field) {
 inline std::vector<IniSection> modelOf(std::string const& i_Bytes,
                                        Tessarine::IniFileReader& i_Decoder) {
     std::vector<IniSection> sections;
-    std::vector<std::string> const rows = rowsOf(i_Bytes);
-    std::string section;
-    for (size_t r = 0; r < rows.size();) {
-        std::string line = trimmedFront(rows[r++]);
-        for (bool more = backslashesBefore(line, line.size()) % 2 == 1; more;) {
-            line.pop_back();
-            std::string const next = r < rows.size() ? trimmedFront(rows[r++]) : "";
-            line += next;
-            more = !next.empty() && backslashesBefore(next, next.size()) % 2 == 1;
+    std::string_view section;
+    std::vector<TessarineSupport::IniLine> const lines = TessarineSupport::iniLines(i_Bytes);
+    for (TessarineSupport::IniLine const& line : lines) {
+        switch (TessarineSupport::iniLineKind(line.m_Text)) {
+        case TessarineSupport::IniLineKind::Header:
+            section = TessarineSupport::iniHeaderName(line.m_Text);
+            break;
+        case TessarineSupport::IniLineKind::Key: {
+            auto const [key, value] = TessarineSupport::splitKeyLine(line.m_Text);
+            // The last key line of a name gives its value.
+            named(named(sections, i_Decoder.unescape(std::string(section)), &IniSection::m_Name)
+                      .m_Entries,
+                  i_Decoder.unescape(std::string(key)), &IniSection::Entry::m_Key)
+                .m_Value = i_Decoder.unescape(std::string(value));
+            break;
         }
-        if (line.empty() || std::string_view("#!;").find(line[0]) != std::string_view::npos) {
-            continue;
+        default:
+            break;
         }
-        if (line[0] == '[') {
-            section = line.substr(1, line.find(']', 1) - 1);
-            continue;
-        }
-        auto const separator = [](char i_Byte) { return i_Byte == '=' || i_Byte == ':'; };
-        size_t key = 0;
-        while (key < line.size() && !(separator(line[key]) ? backslashesBefore(line, key) % 2 == 0
-                                                           : isSpace(line[key]))) {
-            ++key;
-        }
-        size_t value = key;
-        while (value < line.size() && isSpace(line[value])) {
-            ++value;
-        }
-        value += value < line.size() && separator(line[value]) ? 1 : 0;
-        while (value < line.size() && isSpace(line[value])) {
-            ++value;
-        }
-        // The last key line of a name gives its value.
-        named(named(sections, i_Decoder.unescape(section), &IniSection::m_Name).m_Entries,
-              i_Decoder.unescape(line.substr(0, key)), &IniSection::Entry::m_Key)
-            .m_Value = i_Decoder.unescape(line.substr(value));
     }
     return sections;
 }

@@ -1,5 +1,6 @@
 #include "Escape.h"
 
+#include "IniGrammar.h"
 #include "Text.h"
 #include "Utf8.h"
 
@@ -7,8 +8,6 @@
 
 namespace TessarineTools {
 namespace {
-
-constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
 bool isHigh(char i_Byte) {
     return static_cast<unsigned char>(i_Byte) > 127;
@@ -26,7 +25,9 @@ FilePlace placeOf(std::string_view i_Bytes, std::size_t i_Index) {
 
 bool escapeUtf8(std::string_view i_Bytes, std::string& o_Text, FilePlace& o_Place,
                 std::string& o_Reason) {
-    std::size_t index = i_Bytes.substr(0, BYTE_ORDER_MARK.size()) == BYTE_ORDER_MARK ? 3 : 0;
+    using TessarineSupport::BYTE_ORDER_MARK;
+    std::size_t index =
+        i_Bytes.substr(0, BYTE_ORDER_MARK.size()) == BYTE_ORDER_MARK ? BYTE_ORDER_MARK.size() : 0;
     o_Text.clear();
     while (index < i_Bytes.size()) {
         char const byte = i_Bytes[index];

@@ -12,22 +12,30 @@ using TessarineSupport::utf16Escape;
 /// Where a text stands in a line of the listing.
 enum class Place { Section, Key, Value };
 
-/// How a character must be written at that place so that the file reads it back as itself, or
-/// the empty text when displayText() writes it well. A key ends at `=`, `:` and white space and
-/// must not start like a comment or a header; a section name ends at `]`; a value loses the
-/// white space around it.
-std::string escapeFor(Place i_Place, wchar_t i_Character, bool i_First, bool i_Last) {
+/// How the character at i_Index must be written at that place so that the file reads it back as
+/// itself and falls into no trap of --check, or the empty text when displayText() writes it well.
+/// A key ends at `=`, `:` and white space and must not start like a comment or a header; a
+/// section name ends at `]` and keeps the blanks at its ends, which look like padding; a value
+/// loses the white space around it, and a `#` or `;` behind a blank looks like a comment.
+std::string escapeFor(Place i_Place, std::wstring_view i_Text, std::size_t i_Index) {
+    wchar_t const character = i_Text[i_Index];
+    bool const atEnd = i_Index == 0 || i_Index + 1 == i_Text.size();
     switch (i_Place) {
     case Place::Key:
-        if (i_Character == L'=' || i_Character == L':' ||
-            (i_First && std::wstring_view(L"#!;[").find(i_Character) != std::wstring_view::npos)) {
-            return {'\\', static_cast<char>(i_Character)};
+        if (character == L'=' || character == L':' ||
+            (i_Index == 0 &&
+             std::wstring_view(L"#!;[").find(character) != std::wstring_view::npos)) {
+            return {'\\', static_cast<char>(character)};
         }
-        return i_Character == L' ' ? utf16Escape(' ') : "";
+        return character == L' ' ? utf16Escape(' ') : "";
     case Place::Section:
-        return i_Character == L']' ? utf16Escape(']') : "";
+        return character == L']' || (character == L' ' && atEnd) ? utf16Escape(character) : "";
     case Place::Value:
-        return i_Character == L' ' && (i_First || i_Last) ? utf16Escape(' ') : "";
+        if ((character == L'#' || character == L';') && i_Index > 0 &&
+            i_Text[i_Index - 1] == L' ') {
+            return {'\\', static_cast<char>(character)};
+        }
+        return character == L' ' && atEnd ? utf16Escape(' ') : "";
     }
     return "";
 }
@@ -35,8 +43,7 @@ std::string escapeFor(Place i_Place, wchar_t i_Character, bool i_First, bool i_L
 std::string listed(std::wstring_view i_Text, Place i_Place) {
     std::string text;
     for (std::size_t index = 0; index < i_Text.size(); ++index) {
-        std::string const escape =
-            escapeFor(i_Place, i_Text[index], index == 0, index + 1 == i_Text.size());
+        std::string const escape = escapeFor(i_Place, i_Text, index);
         text += escape.empty() ? displayText(i_Text.substr(index, 1)) : escape;
     }
     return text;

@@ -1,10 +1,10 @@
 #include "Lint.h"
 
+#include "IniGrammar.h"
 #include "Text.h"
 #include "Utf8.h"
 
 #include <algorithm>
-#include <cctype>
 #include <map>
 #include <utility>
 
@@ -12,88 +12,10 @@ namespace TessarineTools {
 namespace {
 
 using TessarineSupport::displayText;
-
-constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
-
-/// A logical line: its rows joined, and the first and last of them, counted from 1.
-struct Line {
-    std::string m_Text;
-    std::size_t m_FirstRow;
-    std::size_t m_LastRow;
-    /// Whether the file ended while the line waited for its next row.
-    bool m_CutShort;
-};
-
-bool isSpace(char i_Byte) {
-    return std::isspace(static_cast<unsigned char>(i_Byte)) != 0;
-}
-
-std::string_view skipSpace(std::string_view i_Text) {
-    std::size_t start = 0;
-    while (start < i_Text.size() && isSpace(i_Text[start])) {
-        ++start;
-    }
-    return i_Text.substr(start);
-}
-
-std::size_t trailingBackslashes(std::string_view i_Text) {
-    std::size_t const last = i_Text.find_last_not_of('\\');
-    return last == std::string_view::npos ? i_Text.size() : i_Text.size() - last - 1;
-}
-
-/// The rows of the file, without their LF and without the CRs at either end.
-std::vector<std::string_view> rowsOf(std::string_view i_Bytes) {
-    std::vector<std::string_view> rows;
-    for (std::size_t start = 0; start < i_Bytes.size();) {
-        std::size_t const end = std::min(i_Bytes.find('\n', start), i_Bytes.size());
-        std::string_view row = i_Bytes.substr(start, end - start);
-        row.remove_prefix(std::min(row.find_first_not_of('\r'), row.size()));
-        row.remove_suffix(row.size() - (row.find_last_not_of('\r') + 1));
-        rows.push_back(row);
-        start = end + 1;
-    }
-    return rows;
-}
-
-/// The logical lines: a row that ends in an odd run of backslashes goes on in the next one.
-std::vector<Line> linesOf(std::vector<std::string_view> const& i_Rows) {
-    std::vector<Line> lines;
-    for (std::size_t row = 0; row < i_Rows.size(); ++row) {
-        Line line{std::string(skipSpace(i_Rows[row])), row + 1, row + 1, false};
-        bool goesOn = trailingBackslashes(line.m_Text) % 2 == 1;
-        while (goesOn) {
-            line.m_Text.pop_back();
-            line.m_CutShort = row + 1 == i_Rows.size();
-            std::string_view const next = line.m_CutShort ? "" : skipSpace(i_Rows[++row]);
-            line.m_LastRow = row + 1;
-            line.m_Text += next;
-            goesOn = !next.empty() && trailingBackslashes(next) % 2 == 1;
-        }
-        lines.push_back(std::move(line));
-    }
-    return lines;
-}
-
-/// Where the key of a key line ends: at white space, or at a `=` or `:` behind an even run of
-/// backslashes.
-std::size_t keyEnd(std::string_view i_Line) {
-    for (std::size_t index = 0; index < i_Line.size(); ++index) {
-        char const byte = i_Line[index];
-        bool const separator = byte == '=' || byte == ':';
-        if (isSpace(byte) || (separator && trailingBackslashes(i_Line.substr(0, index)) % 2 == 0)) {
-            return index;
-        }
-    }
-    return i_Line.size();
-}
-
-std::string_view valueOf(std::string_view i_Line, std::size_t i_KeyEnd) {
-    std::string_view value = skipSpace(i_Line.substr(i_KeyEnd));
-    if (!value.empty() && (value.front() == '=' || value.front() == ':')) {
-        value = skipSpace(value.substr(1));
-    }
-    return value;
-}
+using TessarineSupport::IniLine;
+using TessarineSupport::IniLineKind;
+using TessarineSupport::isIniSpace;
+using TessarineSupport::trailingBackslashes;
 
 std::string quoted(std::wstring const& i_Text) {
     return "'" + displayText(i_Text) + "'";
@@ -105,12 +27,12 @@ public:
 
     std::vector<Finding> run(std::string_view i_Bytes) {
         checkBytes(i_Bytes);
-        std::vector<Line> const lines = linesOf(rowsOf(i_Bytes));
-        for (Line const& line : lines) {
+        std::vector<IniLine> const lines = TessarineSupport::iniLines(i_Bytes);
+        for (IniLine const& line : lines) {
             checkLine(line);
         }
         if (!lines.empty() && lines.back().m_CutShort) {
-            add(lines.back().m_LastRow, "the last line ends in a backslash, which continues it "
+            add(lines.back().lastRow(), "the last line ends in a backslash, which continues it "
                                         "into the end of the file");
         }
         for (auto const& [row, section] : m_Headers) {
@@ -132,6 +54,7 @@ private:
 
     void checkBytes(std::string_view i_Bytes) {
         std::size_t start = 0;
+        using TessarineSupport::BYTE_ORDER_MARK;
         if (i_Bytes.substr(0, BYTE_ORDER_MARK.size()) == BYTE_ORDER_MARK) {
             add(1, "a UTF-8 byte order mark: its bytes are read as text, so this line is a key "
                    "line even when it looks like a header; remove it or convert with --escape");
@@ -163,22 +86,22 @@ private:
                TessarineSupport::utf16Escape(character.m_Code) + " (--escape converts the file)";
     }
 
-    void checkLine(Line const& i_Line) {
-        std::string_view const text = i_Line.m_Text;
-        if (text.empty() || std::string_view("#!;").find(text.front()) != std::string_view::npos) {
-            return;
-        }
-        if (text.front() == '[') {
+    void checkLine(IniLine const& i_Line) {
+        switch (TessarineSupport::iniLineKind(i_Line.m_Text)) {
+        case IniLineKind::Header:
             checkHeader(i_Line);
-        } else {
+            break;
+        case IniLineKind::Key:
             checkKeyLine(i_Line);
+            break;
+        default:
+            break;
         }
     }
 
-    void checkKeyLine(Line const& i_Line) {
-        std::string_view const text = i_Line.m_Text;
-        std::size_t const end = keyEnd(text);
-        std::wstring const key = m_Reader.unescape(std::string(text.substr(0, end)));
+    void checkKeyLine(IniLine const& i_Line) {
+        auto const [rawKey, value] = TessarineSupport::splitKeyLine(i_Line.m_Text);
+        std::wstring const key = m_Reader.unescape(std::string(rawKey));
         auto const [first, isNew] =
             m_FirstLines.emplace(std::make_pair(m_Section, key), i_Line.m_FirstRow);
         if (!isNew) {
@@ -187,22 +110,52 @@ private:
                                        std::to_string(first->second) +
                                        "): the earlier value is lost");
         }
-        std::string_view const value = valueOf(text, end);
-        if (!value.empty() && isSpace(value.back()) &&
+        if (!value.empty() && isIniSpace(value.back()) &&
             trailingBackslashes(value.substr(0, value.size() - 1)) % 2 == 0) {
-            add(i_Line.m_LastRow,
+            add(i_Line.lastRow(),
                 "the value of " + quoted(key) + " ends in white space, which is part of the value");
         }
-        checkControlEscape(i_Line.m_FirstRow, text);
+        checkCommentInValue(i_Line, value, key);
+        checkControlEscape(i_Line.m_FirstRow, i_Line.m_Text);
     }
 
-    void checkHeader(Line const& i_Line) {
+    /// A `#` or `;` behind white space looks like the start of a comment, but there is no
+    /// comment behind other text. The value's first byte is left alone: `color = #FF0000` means
+    /// what it says.
+    void checkCommentInValue(IniLine const& i_Line, std::string_view i_Value,
+                             std::wstring const& i_Key) {
+        for (std::size_t index = 1; index < i_Value.size(); ++index) {
+            char const byte = i_Value[index];
+            if ((byte == '#' || byte == ';') && isIniSpace(i_Value[index - 1])) {
+                std::size_t const offset =
+                    static_cast<std::size_t>(i_Value.data() - i_Line.m_Text.data()) + index;
+                add(i_Line.rowAt(offset),
+                    std::string("'") + byte +
+                        "' starts no comment behind a value: it and the rest of the line are part "
+                        "of the value of " +
+                        quoted(i_Key) + "; put the comment on a line of its own (or write '\\" +
+                        byte + "' if the '" + byte + "' belongs to the value)");
+                return;
+            }
+        }
+    }
+
+    void checkHeader(IniLine const& i_Line) {
         std::string_view const text = i_Line.m_Text;
-        std::size_t const close = std::min(text.find(']'), text.size());
-        std::string_view const name = text.substr(1, close - 1);
+        std::string_view const name = TessarineSupport::iniHeaderName(text);
         m_Section = m_Reader.unescape(std::string(name));
         m_Headers.emplace_back(i_Line.m_FirstRow, m_Section);
-        if (!skipSpace(text.substr(std::min(close + 1, text.size()))).empty()) {
+        if (!name.empty() && (isIniSpace(name.front()) || isIniSpace(name.back()))) {
+            std::string_view trimmed = TessarineSupport::skipIniSpace(name);
+            while (!trimmed.empty() && isIniSpace(trimmed.back())) {
+                trimmed.remove_suffix(1);
+            }
+            add(i_Line.m_FirstRow, "the blanks inside the brackets are part of the section name " +
+                                       quoted(m_Section) + "; write '[" + std::string(trimmed) +
+                                       "]' for the name without them");
+        }
+        std::string_view const after = text.substr(std::min(name.size() + 2, text.size()));
+        if (!TessarineSupport::skipIniSpace(after).empty()) {
             add(i_Line.m_FirstRow, "text after ']' in a header is ignored");
         }
         checkControlEscape(i_Line.m_FirstRow, name);

@@ -17,9 +17,10 @@ struct Finding {
 };
 
 /// The traps of the format in the bytes of a file, by line: a UTF-8 byte order mark, bytes
-/// above 127, a key given twice in a section, text after `]` in a header, white space at the
-/// end of a value, `\n`, `\t` and `\r`, a header without key lines, and a continuation at the
-/// end of the file. The reader has read the same bytes; it decodes the names.
+/// above 127, a key given twice in a section, blanks inside a header's brackets, text after `]`
+/// in a header, a `#` or `;` behind white space in a value, white space at the end of a value,
+/// `\n`, `\t` and `\r`, a header without key lines, and a continuation at the end of the file. The
+/// reader has read the same bytes; it decodes the names.
 std::vector<Finding> lint(std::string_view i_Bytes, Tessarine::IniFileReader& io_Reader);
 
 } // namespace TessarineTools

@@ -42,6 +42,10 @@ pipe or a FIFO; it is read once.
                        with the file's own escapes, as the listing shows them.
   --raw                with --get: the value itself, in the character set of the locale
   --check              report the traps of the format that FILE falls into, as FILE:LINE: ...
+                       a UTF-8 byte order mark, bytes above 127, a key given twice in a
+                       section, blanks inside a header's brackets, text after ']', a '#' or
+                       ';' behind white space in a value, white space at the end of a value,
+                       \n, \t and \r, a header without key lines, a continuation at the end
   --escape             write FILE with every character outside ASCII as its \uXXXX sequence
                        and without a UTF-8 byte order mark; FILE is read as UTF-8
   -h, --help           show this text

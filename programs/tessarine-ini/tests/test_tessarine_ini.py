@@ -13,7 +13,7 @@ FILES = {"in.ini": INI, "cafe.ini": b"k = caf\\u00e9\n", "e9.ini": b"k = \xe9\n"
          "emoji.ini": "a\nk = \U0001F600\n".encode(), "overlong.ini": b"k = \xe0\x80\xaf\n",
          # Every character that the listing escapes, at every place where it does.
          "tricky.ini": b"a\\=b\\:c\\u0020d = \\u0020e\\u0020\n\\#h = \"q\" \n\\!x = 1\n\\;s = 2\n"
-                       b"\\[b = [\n[sec\\u005Dtion]\nempty =\nback = C:\\\\\n"}
+                       b"\\[b = [\n[sec\\u005Dtion]\nempty =\nback = C:\\\\\n[ pad ]\nc = a # b ;c\n"}
 
 
 class ToolTest(unittest.TestCase):
@@ -114,6 +114,18 @@ class Check(ToolTest):
              [(13, "key 'k' is given again in section 's' (first on line 9)")]),
             ("ends of values and of the file", b"k = v \t\ne = v\\ \nl = a\\\n  b \nz = v\\",
              [(1, "'k' ends in white space"), (4, "'l' ends in white space"), (5, "into the end")]),
+            ("blanks inside a header's brackets, on the header's first row",
+             b"[ ca ]\nk = v\n[\tt]\nk = v\n[u \\\n]\nk = v\n[ ]\nk = v\n[a b]\n[\\u0020c]\nk = v\n",
+             [(1, "part of the section name ' ca '; write '[ca]'"), (3, "'\\u0009t'; write '[t]'"),
+              (5, "name 'u '; write '[u]'"), (8, "write '[]'"), (10, "section 'a b' has no")]),
+            ("'#' or ';' behind white space in a value, on its own row",
+             b"dir = ./demoCA # where everything is kept\nurl = http://h/a#b\nc = #FF0000\nk # c\n"
+             b"s = a ;b\ne = a \\# b\nm = a \\\n  # note\nn = a\\\n  b ; c\nt = a\t# x\n"
+             b"p = x # y \\\nz\n",
+             [(1, "'#' starts no comment behind a value: it and the rest of the line are part of "
+                  "the value of 'dir'; put the comment on a line of its own (or write '\\#' if"),
+              (5, "';' starts no comment"), (8, "'#'"), (10, "';'"), (11, "value of 't'"),
+              (12, "value of 'p'")]),
             ("headers, control escapes", b"[s] x\n[\\t]\nk = a\\nb\\\\n\nk = \\r\n[s]\n",
              [(1, "text after ']'"), (1, "section 's' has no key lines"), (2, "write \\u0009"),
               (3, "'\\n' reads as the letter 'n'"), (4, "key 'k'"), (4, "'\\r'"), (5, "section")]),
