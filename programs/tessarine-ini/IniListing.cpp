@@ -29,7 +29,9 @@ std::string escapeFor(Place i_Place, std::wstring_view i_Text, std::size_t i_Ind
         }
         return character == L' ' ? utf16Escape(' ') : "";
     case Place::Section:
-        return character == L']' || (character == L' ' && atEnd) ? utf16Escape(character) : "";
+        return character == L']' || (character == L' ' && atEnd)
+                   ? utf16Escape(static_cast<std::uint32_t>(character))
+                   : "";
     case Place::Value:
         if ((character == L'#' || character == L';') && i_Index > 0 &&
             i_Text[i_Index - 1] == L' ') {

@@ -4,6 +4,7 @@
 
 READER = "src/plugins/Tessarine/IniFileReader.cpp"
 STORE = "src/plugins/Tessarine/IniStore.h"
+STORE_SOURCE = "src/plugins/Tessarine/IniStore.cpp"
 STRING = "src/plugins/Tessarine/String.cpp"
 VECTOR = "src/plugins/Tessarine/StringVector.cpp"
 LIST = "src/plugins/Tessarine/VectorString.cpp"
@@ -31,6 +32,18 @@ FAULTS = [
     ("reader.continued-row-not-trimmed", READER,
      "    while (get_row(row)) {\n        row.remove_prefix(skipSpace(row, 0, state.m_ByteClasses));",
      "    while (get_row(row)) {"),
+    # The reader: where a refill of the read buffer falls inside a row.
+    ("reader.refill-keeps-position", READER,
+     "    m_BufferPosition = 0;\n    m_BufferLength =", "    m_BufferLength ="),
+    ("reader.spanning-row-rereads-last-byte", READER,
+     "state.m_BufferPosition = state.m_BufferLength;\n        while (get_char(byte)",
+     "state.m_BufferPosition = state.m_BufferLength - 1;\n        while (get_char(byte)"),
+    ("reader.spanning-row-skips-refilled-byte", READER,
+     "char const* const from = buffer + state.m_BufferPosition - 1;",
+     "char const* const from = buffer + state.m_BufferPosition;"),
+    ("reader.spanning-row-takes-line-feed", READER,
+     "lineFeed == nullptr ? available : static_cast<size_t>(lineFeed - from);",
+     "lineFeed == nullptr ? available : static_cast<size_t>(lineFeed - from) + 1;"),
     # The reader: the grammar of a line.
     ("reader.bang-no-comment", READER,
      "return i_Byte == '#' || i_Byte == '!' || i_Byte == ';';",
@@ -94,6 +107,20 @@ FAULTS = [
      "        static_cast<void>(m_Data.release());\n        if (data == nullptr) {\n            throw std::bad_alloc();"),
     ("reader.path-not-converted", READER,
      "if (length == 0 || length == static_cast<size_t>(-1)) {", "if (length == 0) {"),
+    # The store: the arena's chunks and the probes of the indexes.
+    ("store.chunk-rounded-down", STORE_SOURCE,
+     "(std::max(i_Bytes, m_NextSize) + 3) / 4 * 4;", "std::max(i_Bytes, m_NextSize) / 4 * 4;"),
+    ("store.chunk-counted-in-characters", STORE, "grow(i_Length * sizeof(Character));",
+     "grow(i_Length);"),
+    ("store.room-one-short", STORE, "/ sizeof(Character) < i_Length) {",
+     "/ sizeof(Character) + 1 < i_Length) {"),
+    ("store.room-unaligned", STORE, "m_Free += (alignof(Character) -",
+     "m_Free += 0 * (alignof(Character) -"),
+    ("store.placing-does-not-wrap", STORE,
+     "at = (at + 1) & mask;\n        }\n        io_Slots[at] = i_Slot;",
+     "at = at + 1;\n        }\n        io_Slots[at] = i_Slot;"),
+    ("store.probe-does-not-wrap", STORE, "for (size_t at = hash & mask;; at = (at + 1) & mask) {",
+     "for (size_t at = hash & mask;; at = at + 1) {"),
     # String.
     ("string.own-text-not-followed", STRING,
      "    if (own) {\n        i_Text =", "    if (false) {\n        i_Text ="),
