@@ -5,6 +5,7 @@
 READER = "src/plugins/Tessarine/IniFileReader.cpp"
 STORE = "src/plugins/Tessarine/IniStore.h"
 STORE_SOURCE = "src/plugins/Tessarine/IniStore.cpp"
+LOCALE = "src/plugins/Tessarine/IniLocale.cpp"
 STRING = "src/plugins/Tessarine/String.cpp"
 VECTOR = "src/plugins/Tessarine/StringVector.cpp"
 LIST = "src/plugins/Tessarine/VectorString.cpp"
@@ -59,7 +60,7 @@ FAULTS = [
     ("reader.value-keeps-leading-blanks", READER,
      "o_Value = line.substr(skipSpace(line, position, classes));",
      "o_Value = line.substr(position);"),
-    ("reader.byte-classes-kept-across-locales", READER,
+    ("reader.byte-classes-kept-across-locales", LOCALE,
      "if (name == nullptr || std::strcmp(name, m_Name.data()) != 0) {", "if (name == nullptr) {"),
     ("reader.colon-no-separator", READER,
      "return i_Byte == '=' || i_Byte == ':';", "return i_Byte == '=';"),
@@ -80,7 +81,7 @@ FAULTS = [
     ("reader.narrow-up-to-256", READER,
      "return i_Character >= 0 && i_Character < 256;",
      "return i_Character >= 0 && i_Character < 257;"),
-    ("reader.facet-ignored", READER,
+    ("reader.facet-ignored", LOCALE,
      "if (typeid(facet) == typeid(std::ctype<wchar_t>)) {", "if (true) {"),
     # The reader: the store and the queries.
     ("reader.first-value-wins", STORE,

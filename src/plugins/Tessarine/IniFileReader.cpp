@@ -1,29 +1,25 @@
 #include "Tessarine/IniFileReader.h"
 
+#include "Tessarine/IniLocale.h"
 #include "Tessarine/IniStore.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
-#include <clocale>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-#include <iostream>
-#include <locale>
 #include <new>
-#include <typeinfo>
 
 // How the reader works. load() drives a file through three stages, in the order of this source:
 // - The scanner hands out rows, logical lines, names and values as views of its read buffer;
 //   only a row that goes on beyond the buffer and a line of several rows are copied, into
 //   m_Row and m_Line. What a byte is to it (white space, a byte that may end a key) comes from
-//   a table that each load takes from the locale, through a cache of the thread's last one.
+//   a table that each load takes from the locale (IniLocale.h).
 // - The decoder turns the raw text of a name or value into stored text, right into the free
-//   room of the store's arena, resolving the escapes on the way.
+//   room of the store's arena, resolving the escapes on the way, with the locale's widen table.
 // - The store (IniStore.h) keeps the texts, the sections in their order and the indexes that
 //   find names. After each refill the scanner shows it the names of the lines it holds, so that
 //   a large index can fetch their slots ahead of the lookups.
@@ -38,8 +34,9 @@ namespace Tessarine {
 
 namespace {
 
-// What each byte value is to the scanner in the current load; see ByteClass.
-using ByteClasses = std::array<unsigned char, 256>;
+using Ini::ByteClasses;
+using Ini::KEY_STOP;
+using Ini::SPACE;
 
 // Size of the stream's buffer: what the C library would take for most files.
 constexpr size_t STREAM_BUFFER_SIZE = 4096;
@@ -85,12 +82,11 @@ private:
     template <size_t Size> static uint64_t copyWord(char const* i_From, unsigned char* o_To);
     static std::array<wchar_t, 128> const& asciiIdentity();
 
-    std::array<wchar_t, 256> m_Widen;
+    Ini::WidenTable m_Widen;
     // Whether every byte below 128 is widened to its own value.
     bool m_AsciiPlain;
 };
 
-void fillByteClasses(ByteClasses& o_Classes);
 void lookAhead(std::string_view i_Ahead, ByteClasses const& i_Classes, Ini::Store& io_Store);
 
 } // namespace
@@ -128,7 +124,7 @@ int32_t IniFileReader::load() {
     State& state = *m_State;
     // The locale is asked once per byte value, not once per byte of the file, and not at all
     // while LC_CTYPE keeps its name.
-    fillByteClasses(state.m_ByteClasses);
+    Ini::fillByteClasses(state.m_ByteClasses);
     Decoder const decoder;
 
     std::string section;
@@ -285,65 +281,8 @@ unsigned char byteValue(char i_Byte) {
     return static_cast<unsigned char>(i_Byte);
 }
 
-// What a byte value is to the scanner; the classes are or-ed together.
-enum ByteClass : unsigned char {
-    // White space, by isspace() in the current LC_CTYPE.
-    SPACE = 1,
-    // A byte at which the scan of a key has to look closer: white space, separators, backslash.
-    KEY_STOP = 2,
-};
-
 bool isSeparator(char i_Byte) {
     return i_Byte == '=' || i_Byte == ':';
-}
-
-// The classes of every byte value, asked of the current LC_CTYPE.
-void askByteClasses(ByteClasses& o_Classes) {
-    for (unsigned value = 0; value < 256; ++value) {
-        o_Classes[value] = std::isspace(static_cast<int>(value)) != 0 ? SPACE | KEY_STOP : 0;
-    }
-    for (char const stop : {'=', ':', BACKSLASH}) {
-        o_Classes[byteValue(stop)] |= KEY_STOP;
-    }
-}
-
-// The byte classes that the last load on this thread asked for, with the name of the global
-// LC_CTYPE that they were asked under. The C library keeps the data of a locale that it has
-// loaded under its name, so while the thread follows the global locale and LC_CTYPE keeps its
-// name, isspace() keeps its answers, and the load of a small file is spared 256 calls. A thread
-// with a locale of its own (uselocale), or a name too long to keep, is asked at every load.
-class ByteClassCache {
-public:
-    void fill(ByteClasses& o_Classes) {
-        char const* const name = globalName();
-        if (name == nullptr || std::strcmp(name, m_Name.data()) != 0) {
-            askByteClasses(m_Classes);
-            // No locale has the empty name, so that no load matches it.
-            std::strcpy(m_Name.data(), name == nullptr ? "" : name);
-        }
-        o_Classes = m_Classes;
-    }
-
-private:
-    static constexpr size_t NAME_SIZE = 64;
-
-    // The name of the global LC_CTYPE when this thread follows it and the name fits, else null.
-    static char const* globalName() {
-        if (uselocale(nullptr) != LC_GLOBAL_LOCALE) {
-            return nullptr;
-        }
-        char const* const name = std::setlocale(LC_CTYPE, nullptr);
-        return name != nullptr && std::strlen(name) < NAME_SIZE ? name : nullptr;
-    }
-
-    ByteClasses m_Classes{};
-    std::array<char, NAME_SIZE> m_Name{};
-};
-
-// The classes of every byte value in the current LC_CTYPE.
-void fillByteClasses(ByteClasses& o_Classes) {
-    thread_local ByteClassCache cache;
-    cache.fill(o_Classes);
 }
 
 // Position of the first byte at or after i_From that is no white space.
@@ -496,55 +435,6 @@ void lookAhead(std::string_view i_Ahead, ByteClasses const& i_Classes, Ini::Stor
 
 namespace {
 
-// Widens one byte the way the rest of the host's wide output would: by the character facet of
-// std::wcout's locale.
-wchar_t char_2_wchar(char i_Byte) {
-    return std::wcout.widen(i_Byte);
-}
-
-// The widen table of the standard character facet that std::wcout had at the last load. That
-// facet's answers are fixed when it is made, so while std::wcout keeps the same facet its table
-// serves again; a program that imbues std::wcout with another locale gets that locale's table.
-// The cache holds the facet's locale, which keeps the facet alive: no other facet can come to
-// its address. Each thread keeps its own, so loads on different threads share nothing and the
-// reader needs no lock.
-class WidenCache {
-public:
-    void fill(std::locale const& i_Locale, std::ctype<wchar_t> const& i_Facet,
-              std::array<wchar_t, 256>& o_Widen) {
-        if (&i_Facet != m_Facet) {
-            std::array<char, 256> bytes;
-            for (unsigned value = 0; value < 256; ++value) {
-                bytes[value] = static_cast<char>(value);
-            }
-            i_Facet.widen(bytes.data(), bytes.data() + bytes.size(), m_Widen.data());
-            m_Locale = i_Locale;
-            m_Facet = &i_Facet;
-        }
-        o_Widen = m_Widen;
-    }
-
-private:
-    std::locale m_Locale;
-    std::ctype<wchar_t> const* m_Facet = nullptr;
-    std::array<wchar_t, 256> m_Widen{};
-};
-
-// char_2_wchar() of every byte value. The standard library's facet widens a range in one call
-// exactly as byte by byte; a facet that the program brings is asked byte by byte.
-void fillWidenTable(std::array<wchar_t, 256>& o_Widen) {
-    std::locale const locale = std::wcout.getloc();
-    auto const& facet = std::use_facet<std::ctype<wchar_t>>(locale);
-    if (typeid(facet) == typeid(std::ctype<wchar_t>)) {
-        thread_local WidenCache cache;
-        cache.fill(locale, facet, o_Widen);
-        return;
-    }
-    for (unsigned value = 0; value < 256; ++value) {
-        o_Widen[value] = char_2_wchar(static_cast<char>(value));
-    }
-}
-
 uint8_t hexDigit(char i_Byte) {
     if (i_Byte >= '0' && i_Byte <= '9') {
         return static_cast<uint8_t>(i_Byte - '0');
@@ -593,7 +483,7 @@ size_t decode(std::string_view i_Raw, wchar_t* o_Out, Widen const& i_Widen) {
 }
 
 Decoder::Decoder() : m_AsciiPlain(false) {
-    fillWidenTable(m_Widen);
+    Ini::fillWidenTable(m_Widen);
     m_AsciiPlain = std::equal(m_Widen.begin(), m_Widen.begin() + 128, asciiIdentity().begin());
 }
 
@@ -692,7 +582,7 @@ std::array<wchar_t, 128> const& Decoder::asciiIdentity() {
 
 std::wstring IniFileReader::unescape(std::string const& i_Text) {
     std::wstring result(i_Text.size(), L'\0');
-    result.resize(decode(i_Text, result.data(), char_2_wchar));
+    result.resize(decode(i_Text, result.data(), Ini::widen));
     return result;
 }
 
