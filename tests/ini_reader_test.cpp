@@ -196,6 +196,14 @@ TEST_F(IniReader, RefillsAreInvisible) {
     EXPECT_EQ(read("k=" + row), "[]\nk|" + row + "\n");
 }
 
+// A text longer than the store's next chunk gets a chunk of its own, which must hold it to the
+// last byte: a text of odd length, and one that an escape makes wide, at four bytes a character.
+TEST_F(IniReader, LongTextsFitTheirChunks) {
+    std::string const odd(5001, 'o'), wide(20001, 'w');
+    EXPECT_EQ(read("o=" + odd + "\nw=\\u0100" + wide + "\n"),
+              "[]\no|" + odd + "\nw|\\x100;" + wide + "\n");
+}
+
 // Enough names for the indexes to outgrow the cache, as keys of one section and as sections. A
 // second load finds every name again: the positions stay and only the values change.
 TEST_F(IniReader, LargeIndexesFindEveryName) {
