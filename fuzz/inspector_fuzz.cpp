@@ -126,34 +126,12 @@ std::wstring decodedMarks(std::wstring const& i_Text) {
     return decoded;
 }
 
-/// Whether a byte above 127 stands among the four digits of a \u or \U sequence. The sequence
-/// takes four bytes whatever they are, so such a character has no meaning as a character: the
-/// bytes of its UTF-8 count as digits, where its escape would be read as the digits' bytes.
-bool highByteAmongDigits(std::string_view i_Bytes) {
-    for (std::size_t at = 0; at + 1 < i_Bytes.size(); ++at) {
-        if (i_Bytes[at] != '\\') {
-            continue;
-        }
-        std::string_view const digits = i_Bytes.substr(at + 2, 4);
-        if ((i_Bytes[at + 1] == 'u' || i_Bytes[at + 1] == 'U') &&
-            std::any_of(digits.begin(), digits.end(),
-                        [](char i_Byte) { return static_cast<unsigned char>(i_Byte) >= 0x80; })) {
-            return true;
-        }
-        ++at; // the byte behind a backslash is taken with it
-    }
-    return false;
-}
-
 void checkEscape(std::string_view i_Bytes) {
-    if (highByteAmongDigits(i_Bytes)) {
-        return;
-    }
     std::string escaped;
     std::string reason;
     TessarineTools::FilePlace place{};
     if (!TessarineTools::escapeUtf8(i_Bytes, escaped, place, reason)) {
-        return; // no UTF-8, or a character beyond U+FFFF: the file has no escaped form
+        return; // no UTF-8, a character beyond U+FFFF or beside a \u sequence: no escaped form
     }
     check(std::all_of(escaped.begin(), escaped.end(),
                       [](char i_Byte) { return static_cast<unsigned char>(i_Byte) < 0x80; }));

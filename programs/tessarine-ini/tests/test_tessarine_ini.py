@@ -9,7 +9,11 @@ import glob, json, os, pathlib, shutil, subprocess, tempfile, unittest
 LISTED = glob.glob(os.getenv("TESSARINE_CORPUS") + "/*") + os.getenv("TESSARINE_SAMPLES").split(":")
 INI = b"[s]\nk\\=1 = C:\\\\dir\nv = 1\n[t]\ne =\n"
 FILES = {"in.ini": INI, "cafe.ini": b"k = caf\\u00e9\n", "e9.ini": b"k = \xe9\n",
-         "utf8.ini": b"\xef\xbb\xbfk\\= = \\\xc3\xa8\\\\\xc3\xa9\n",
+         "utf8.ini": b"\xef\xbb\xbfk\\= = \\\xc3\xa8\\\\\xc3\xa9\\u0041\xc3\xa9\n# \\\xc3\xa9\n",
+         # A character among the digits of a \u sequence, whole or cut short by the end of its
+         # text, or behind one with a backslash among them: its escape would change how they read.
+         "digit.ini": b"[\\u0# \\\xc3\xa9\n", "among.ini": b"k = \\u00\xc3\xa9\n",
+         "short.ini": b"a\nk = \\u0\xc3\xa9\n",
          "emoji.ini": "a\nk = \U0001F600\n".encode(), "overlong.ini": b"k = \xe0\x80\xaf\n",
          # Every character that the listing escapes, at every place where it does.
          "tricky.ini": b"a\\=b\\:c\\u0020d = \\u0020e\\u0020\n\\#h = \"q\" \n\\!x = 1\n\\;s = 2\n"
@@ -51,7 +55,11 @@ class CommandLine(ToolTest):
             ("--raw, UTF-8", 'LC_ALL=C.UTF-8 "$T" --get "" k --raw cafe.ini', 0, b"caf\xc3\xa9\n"),
             ("--json above U+10FFFF", '"$T" --json e9.ini', 0, b'{"file": "e9.ini", "sections": [\n'
              b'  {"name": "", "keys": [\n    {"key": "k", "value": "\\uFFFD"}]}]}\n'),
-            ("--escape", '"$T" --escape utf8.ini', 0, b"k\\= = \\u00E8\\\\\\u00E9\n"),
+            ("--escape", '"$T" --escape utf8.ini', 0,
+             b"k\\= = \\u00E8\\\\\\u00E9\\u0041\\u00E9\n# \\\\u00E9\n"),
+            *[("--escape beside " + name, '"$T" --escape %s.ini' % name, 1, b"",
+               b"%s.ini:%s: '\xc3\xa9' shares its text with a \\u sequence" % (name.encode(), place))
+              for name, place in [("digit", b"1:8"), ("among", b"1:9"), ("short", b"2:8")]],
             ("--escape above U+FFFF", '"$T" --escape emoji.ini', 1, b"", b"emoji.ini:2:5: '"),
             ("--escape no UTF-8", '"$T" --escape overlong.ini', 1, b"", b"overlong.ini:1:5: "),
             ("standard input as -", 'cat in.ini | "$T" --get s v -', 0, b"1\n"),
