@@ -61,47 +61,38 @@ bool readEscapes(std::string_view i_Text, std::vector<std::size_t>& o_Dropped) {
     return true;
 }
 
-/// Plans one raw text of a logical line; i_Row gives the index in the file of each of its bytes.
-template <typename Row> void planText(std::string_view i_Text, Row const& i_Row, Plan& io_Plan) {
+/// Plans one raw text of the line, a part of the line's own text.
+void planText(IniLine const& i_Line, std::string_view i_Text, Plan& io_Plan) {
     auto const high = std::find_if(i_Text.begin(), i_Text.end(), isHigh);
     if (high == i_Text.end()) {
         return; // nothing to escape: every byte stays
     }
+    auto const fileOffset = [&](std::size_t i_At) {
+        return i_Line.fileOffset(static_cast<std::size_t>(i_Text.data() - i_Line.m_Text.data()) +
+                                 i_At);
+    };
     std::vector<std::size_t> dropped;
     if (!readEscapes(i_Text, dropped)) {
-        io_Plan.m_Blocked =
-            std::min(io_Plan.m_Blocked, i_Row(static_cast<std::size_t>(high - i_Text.begin())));
+        io_Plan.m_Blocked = std::min(io_Plan.m_Blocked,
+                                     fileOffset(static_cast<std::size_t>(high - i_Text.begin())));
         return;
     }
     for (std::size_t const at : dropped) {
-        io_Plan.m_Dropped[i_Row(at)] = true;
+        io_Plan.m_Dropped[fileOffset(at)] = true;
     }
 }
 
 /// Plans the section name, or the key and the value, of one logical line.
-void planLine(IniLine const& i_Line, std::vector<std::string_view> const& i_Rows,
-              std::string_view i_Bytes, Plan& io_Plan) {
-    // A byte of the line's text lies in one of its rows, behind that row's leading white space.
-    auto const indexOf = [&](std::size_t i_Offset) {
-        std::size_t const row = i_Line.rowAt(i_Offset);
-        std::string_view const start = TessarineSupport::skipIniSpace(i_Rows[row - 1]);
-        return static_cast<std::size_t>(start.data() - i_Bytes.data()) + i_Offset -
-               i_Line.m_RowStarts[row - i_Line.m_FirstRow];
-    };
+void planLine(IniLine const& i_Line, Plan& io_Plan) {
     std::string_view const text = i_Line.m_Text;
-    auto const plan = [&](std::string_view i_Text) {
-        std::size_t const offset = static_cast<std::size_t>(i_Text.data() - text.data());
-        planText(
-            i_Text, [&](std::size_t i_At) { return indexOf(offset + i_At); }, io_Plan);
-    };
     switch (TessarineSupport::iniLineKind(text)) {
     case TessarineSupport::IniLineKind::Header:
-        plan(TessarineSupport::iniHeaderName(text));
+        planText(i_Line, TessarineSupport::iniHeaderName(text), io_Plan);
         break;
     case TessarineSupport::IniLineKind::Key: {
         TessarineSupport::IniKeyLine const keyLine = TessarineSupport::splitKeyLine(text);
-        plan(keyLine.m_Key);
-        plan(keyLine.m_Value);
+        planText(i_Line, keyLine.m_Key, io_Plan);
+        planText(i_Line, keyLine.m_Value, io_Plan);
         break;
     }
     default:
@@ -111,9 +102,8 @@ void planLine(IniLine const& i_Line, std::vector<std::string_view> const& i_Rows
 
 Plan planOf(std::string_view i_Bytes) {
     Plan plan{std::vector<bool>(i_Bytes.size()), std::string_view::npos};
-    std::vector<std::string_view> const rows = TessarineSupport::iniRows(i_Bytes);
     for (IniLine const& line : TessarineSupport::iniLines(i_Bytes)) {
-        planLine(line, rows, i_Bytes, plan);
+        planLine(line, plan);
     }
     return plan;
 }

@@ -64,13 +64,25 @@ struct IniLine {
     std::vector<std::size_t> m_RowStarts;
     /// Whether the file ended while the line waited for its next row.
     bool m_CutShort;
+    /// Where the text of each of its rows, behind the leading white space, lies in the file.
+    std::vector<std::size_t> m_RowOffsets;
 
     std::size_t lastRow() const { return m_FirstRow + m_RowStarts.size() - 1; }
 
     /// The row of the byte at i_Offset of the text.
-    std::size_t rowAt(std::size_t i_Offset) const {
+    std::size_t rowAt(std::size_t i_Offset) const { return m_FirstRow + partAt(i_Offset); }
+
+    /// Where the byte at i_Offset of the text lies in the file.
+    std::size_t fileOffset(std::size_t i_Offset) const {
+        std::size_t const part = partAt(i_Offset);
+        return m_RowOffsets[part] + i_Offset - m_RowStarts[part];
+    }
+
+private:
+    /// Which of its rows, counted from 0, holds the byte at i_Offset of the text.
+    std::size_t partAt(std::size_t i_Offset) const {
         auto const after = std::upper_bound(m_RowStarts.begin(), m_RowStarts.end(), i_Offset);
-        return m_FirstRow + static_cast<std::size_t>(after - m_RowStarts.begin()) - 1;
+        return static_cast<std::size_t>(after - m_RowStarts.begin()) - 1;
     }
 };
 
@@ -78,9 +90,13 @@ struct IniLine {
 /// one, up to a row that ends in an even run, a row with nothing but white space, or the end.
 inline std::vector<IniLine> iniLines(std::string_view i_Bytes) {
     std::vector<std::string_view> const rows = iniRows(i_Bytes);
+    auto const offsetOf = [i_Bytes](std::string_view i_Row) {
+        return static_cast<std::size_t>(i_Row.data() - i_Bytes.data());
+    };
     std::vector<IniLine> lines;
     for (std::size_t row = 0; row < rows.size(); ++row) {
-        IniLine line{std::string(skipIniSpace(rows[row])), row + 1, {0}, false};
+        std::string_view const first = skipIniSpace(rows[row]);
+        IniLine line{std::string(first), row + 1, {0}, false, {offsetOf(first)}};
         bool goesOn = trailingBackslashes(line.m_Text) % 2 == 1;
         while (goesOn) {
             line.m_Text.pop_back();
@@ -90,6 +106,7 @@ inline std::vector<IniLine> iniLines(std::string_view i_Bytes) {
             }
             std::string_view const next = skipIniSpace(rows[++row]);
             line.m_RowStarts.push_back(line.m_Text.size());
+            line.m_RowOffsets.push_back(offsetOf(next));
             line.m_Text += next;
             // A row with nothing left ends in no backslash, so it ends the line.
             goesOn = trailingBackslashes(next) % 2 == 1;

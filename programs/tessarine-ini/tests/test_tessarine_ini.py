@@ -10,6 +10,8 @@ LISTED = glob.glob(os.getenv("TESSARINE_CORPUS") + "/*") + os.getenv("TESSARINE_
 INI = b"[s]\nk\\=1 = C:\\\\dir\nv = 1\n[t]\ne =\n"
 FILES = {"in.ini": INI, "cafe.ini": b"k = caf\\u00e9\n", "e9.ini": b"k = \xe9\n",
          "utf8.ini": b"\xef\xbb\xbfk\\= = \\\xc3\xa8\\\\\xc3\xa9\\u0041\xc3\xa9\n# \\\xc3\xa9\n",
+         # The backslash before 'é' is on the value's second row, behind its white space.
+         "continued.ini": b"k = a\\\n  \\\xc3\xa9\n",
          # A character among the digits of a \u sequence, whole or cut short by the end of its
          # text, or behind one with a backslash among them: its escape would change how they read.
          "digit.ini": b"[\\u0# \\\xc3\xa9\n", "among.ini": b"k = \\u00\xc3\xa9\n",
@@ -57,6 +59,8 @@ class CommandLine(ToolTest):
              b'  {"name": "", "keys": [\n    {"key": "k", "value": "\\uFFFD"}]}]}\n'),
             ("--escape", '"$T" --escape utf8.ini', 0,
              b"k\\= = \\u00E8\\\\\\u00E9\\u0041\\u00E9\n# \\\\u00E9\n"),
+            ("--escape, a continued value", '"$T" --escape continued.ini', 0,
+             b"k = a\\\n  \\u00E9\n"),
             *[("--escape beside " + name, '"$T" --escape %s.ini' % name, 1, b"",
                b"%s.ini:%s: '\xc3\xa9' shares its text with a \\u sequence" % (name.encode(), place))
               for name, place in [("digit", b"1:8"), ("among", b"1:9"), ("short", b"2:8")]],
